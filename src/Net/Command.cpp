@@ -1,0 +1,243 @@
+#include "Net/Command.h"
+
+#include "Support/Overloaded.h"
+
+#include <QTextBoundaryFinder>
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <utility>
+
+#include <locale.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Action = Command::Action;
+
+constexpr std::array<std::pair<QStringView, Action>, 15> keywords{ {
+    { u"STOPTIME", Action::stop },
+    { u"START", Action::start },
+    { u"TIME", Action::toggleClock },
+    { u"TIMEOFDAY", Action::toggleClock },
+    { u"BLACK", Action::toggleBlackout },
+    { u"PAUSE", Action::pause },
+    { u"FLASH", Action::strobe },
+    { u"STROBE", Action::strobe },
+    { u"ATTENTION", Action::strobe },
+    { u"+1", Action::addMinute },
+    { u"-1", Action::subtractMinute },
+    { u"CLEARMSG", Action::clearMessage },
+    { u"RESET", Action::reset },
+    { u"NEXT", Action::nextCue },
+    { u"PREV", Action::prevCue },
+} };
+
+constexpr std::array<std::pair<Action, QStringView>, 12> actionNames{ {
+    { Action::start, u"start" },
+    { Action::stop, u"stop" },
+    { Action::toggleClock, u"toggleClock" },
+    { Action::toggleBlackout, u"toggleBlackout" },
+    { Action::pause, u"pause" },
+    { Action::strobe, u"strobe" },
+    { Action::addMinute, u"addMinute" },
+    { Action::subtractMinute, u"subtractMinute" },
+    { Action::clearMessage, u"clearMessage" },
+    { Action::reset, u"reset" },
+    { Action::nextCue, u"nextCue" },
+    { Action::prevCue, u"prevCue" },
+} };
+
+bool isAscii(QStringView text)
+{
+    return std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
+}
+
+/// The upper-case copy that keywords are looked for in, in a form in which texts that differ
+/// only in how their characters are composed are equal.
+QString keyOf(QStringView line)
+{
+    QString key = line.toString().toUpper();
+    return isAscii(key) ? key : key.normalized(QString::NormalizationForm_D);
+}
+
+/// The position after the first `count` user-perceived characters.
+qsizetype positionAfter(qsizetype count, QStringView text)
+{
+    if (isAscii(text.first(std::min(count + 1, text.size()))))
+        return std::min(count, text.size());
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
+    for (; count > 0 && finder.position() < text.size(); --count)
+        finder.toNextBoundary();
+    return finder.position();
+}
+
+/// Whether the key begins with the whole characters of `prefix`: a last letter that carries an
+/// accent is another letter.
+bool hasPrefix(const QString& key, QStringView prefix)
+{
+    return key.startsWith(prefix) && positionAfter(prefix.size(), key) == prefix.size();
+}
+
+bool isSpaceOrTab(QChar c)
+{
+    return c == u'\t' || c.category() == QChar::Separator_Space;
+}
+
+/// What follows the first `count` characters, without spaces and tabs around it. Line breaks are
+/// kept.
+QStringView payload(qsizetype count, QStringView line)
+{
+    QStringView rest = line.sliced(positionAfter(count, line));
+    while (!rest.isEmpty() && isSpaceOrTab(rest.front()))
+        rest = rest.sliced(1);
+    while (!rest.isEmpty() && isSpaceOrTab(rest.back()))
+        rest.chop(1);
+    return rest;
+}
+
+/// One floating-point literal in the syntax of strtod in the C locale, and nothing else.
+std::optional<double> number(QStringView text)
+{
+    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+
+    // strtod would skip white space, and would take a parenthesis after "nan".
+    if (text.isEmpty() || text.front().isSpace() || text.contains(u'(') || !isAscii(text))
+        return std::nullopt;
+    const QByteArray bytes = text.toLatin1();
+    char* end = nullptr;
+    const double value = strtod_l(bytes.constData(), &end, cLocale);
+    if (end != bytes.constEnd())
+        return std::nullopt;
+    return value;
+}
+
+/// At most one sign, then decimal digits and nothing else, within 64 bits.
+std::optional<qint64> integer(QStringView text)
+{
+    if (text.startsWith(u'+') && !text.startsWith(u"+-"))
+        text = text.sliced(1);
+    const QByteArray bytes = text.toUtf8();
+    qint64 value = 0;
+    const auto [end, error] = std::from_chars(bytes.begin(), bytes.end(), value);
+    if (error != std::errc() || end != bytes.end())
+        return std::nullopt;
+    return value;
+}
+
+std::optional<Command> parseSet(QStringView text)
+{
+    const std::optional<double> minutes = number(text);
+    if (!minutes)
+        return std::nullopt;
+    return Command{ Command::Set{ *minutes } };
+}
+
+std::optional<Command> parseGo(QStringView text)
+{
+    if (text.isEmpty())
+        return Command{ Action::start };
+    const std::optional<double> minutes = number(text);
+    if (!minutes)
+        return std::nullopt;
+    return Command{ Command::Go{ *minutes } };
+}
+
+std::optional<Command> parseCue(QStringView text)
+{
+    const std::optional<qint64> cue = integer(text);
+    if (!cue)
+        return std::nullopt;
+    return Command{ Command::Cue{ *cue } };
+}
+
+std::optional<Command> parseMessage(QStringView text)
+{
+    return Command{ Command::Message{ text.toString() } };
+}
+
+using PayloadParser = std::optional<Command> (*)(QStringView);
+
+constexpr std::array<std::pair<QStringView, PayloadParser>, 4> prefixes{ {
+    { u"SET", parseSet },
+    { u"GO", parseGo },
+    { u"CUE", parseCue },
+    { u"MSG", parseMessage },
+} };
+
+/// The shortest digits that read back the same, always with a point or an exponent.
+QString describe(double value)
+{
+    if (std::isnan(value))
+        return u"nan"_s;
+    if (std::isinf(value))
+        return value < 0 ? u"-inf"_s : u"inf"_s;
+    const double size = std::abs(value);
+    const bool isPlain = size == 0 || (size >= 1e-4 && size < 1e16);
+    std::array<char, 32> buffer{};
+    const auto [end, error] = std::to_chars(buffer.begin(), buffer.end(), value,
+        isPlain ? std::chars_format::fixed : std::chars_format::scientific);
+    QString text = QString::fromLatin1(buffer.data(), end - buffer.data());
+    if (isPlain && !text.contains(u'.'))
+        text += u".0";
+    return text;
+}
+
+QString describe(const QString& text)
+{
+    QString quoted = u"\""_s;
+    for (const QChar c : text) {
+        if (c == u'"' || c == u'\\')
+            quoted += u'\\';
+        if (c == u'\n')
+            quoted += u"\\n";
+        else if (c == u'\r')
+            quoted += u"\\r";
+        else if (c == u'\t')
+            quoted += u"\\t";
+        else if (c.category() == QChar::Other_Control)
+            quoted += u"\\u{%1}"_s.arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            quoted += c;
+    }
+    return quoted + u'"';
+}
+
+} // namespace
+
+std::optional<Command> Command::parse(QStringView text)
+{
+    const QStringView line = text.trimmed();
+    if (line.isEmpty())
+        return std::nullopt;
+    const QString key = keyOf(line);
+    for (const auto& [keyword, action] : keywords) {
+        if (key == keyword)
+            return Command{ action };
+    }
+    for (const auto& [prefix, parsePayload] : prefixes) {
+        if (hasPrefix(key, prefix))
+            return parsePayload(payload(prefix.size(), line));
+    }
+    return std::nullopt;
+}
+
+QString Command::description() const
+{
+    return std::visit(
+        Overloaded{
+            [](const Set& set) { return u"set(minutes: "_s + describe(set.minutes) + u')'; },
+            [](const Go& go) { return u"go(minutes: "_s + describe(go.minutes) + u')'; },
+            [](const Message& message) { return u"message("_s + describe(message.text) + u')'; },
+            [](const Cue& cue) { return u"cue("_s + QString::number(cue.number) + u')'; },
+            [](Action action) {
+                return std::ranges::find(
+                    actionNames, action, &decltype(actionNames)::value_type::first)
+                    ->second.toString();
+            },
+        },
+        operation);
+}
