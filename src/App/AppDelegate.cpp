@@ -1,0 +1,97 @@
+#include "App/AppDelegate.h"
+
+#include "Support/ControlLog.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+#include <algorithm>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+quint16 clampedPort(qint64 port)
+{
+    return static_cast<quint16>(std::clamp<qint64>(port, 0, std::numeric_limits<quint16>::max()));
+}
+
+/// Takes the focus from other applications, with a window that wants it.
+void activateApplication()
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    const auto window = std::ranges::find_if(windows, [](const QWindow* candidate) {
+        return candidate->isVisible() && !candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus);
+    });
+    if (window != windows.end())
+        (*window)->requestActivate();
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(Preferences& preferences)
+    : settings(preferences)
+    , m_preferences(preferences)
+{
+}
+
+TimerEngine& AppDelegate::engine()
+{
+    if (!m_engine)
+        m_engine.emplace(settings);
+    return *m_engine;
+}
+
+CueController& AppDelegate::cues()
+{
+    if (!m_cues)
+        m_cues.emplace(engine(), settings, m_preferences);
+    return *m_cues;
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    installFinishSound();
+    startDispatcher();
+    startUDPServer();
+    takeSleepAssertion();
+    activateApplication();
+}
+
+void AppDelegate::applicationWillTerminate()
+{
+    if (m_sleepAssertionID != 0)
+        m_sleepAssertion.release(m_sleepAssertionID);
+    m_sleepAssertionID = 0;
+}
+
+void AppDelegate::installFinishSound()
+{
+    engine().onFinish = [this] {
+        if (settings.playFinishSound)
+            m_soundPlayer.play(u"finalBuzzer"_s, u"wav"_s);
+    };
+}
+
+void AppDelegate::startDispatcher()
+{
+    m_dispatcher.emplace(engine());
+    m_dispatcher->cues = &cues();
+}
+
+void AppDelegate::startUDPServer()
+{
+    m_udpServer.emplace(clampedPort(settings.udpPort),
+        [this](const Command& command) { m_dispatcher->dispatch(command); });
+    m_udpServer->start();
+    if (QGuiApplication::platformName() == u"offscreen")
+        qCInfo(controlLog, "No display: running on Qt's offscreen platform, UDP port %d",
+            m_udpServer->boundPort());
+}
+
+void AppDelegate::takeSleepAssertion()
+{
+    m_sleepAssertion.take("Tarrow stage timer is running",
+        [this](quint32 identifier) { m_sleepAssertionID = identifier; });
+}

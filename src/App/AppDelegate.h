@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Audio/SoundPlayer.h"
+#include "Model/AppSettings.h"
+#include "Model/CueList.h"
+#include "Model/TimerEngine.h"
+#include "Net/CommandDispatcher.h"
+#include "Net/UDPServer.h"
+#include "Platform/DisplaySleepAssertion.h"
+#include "Support/Preferences.h"
+
+#include <optional>
+
+/// Owns every long-lived object of the program, starts them in their order and joins them. It
+/// decides nothing about the show itself.
+class AppDelegate {
+public:
+    /// `preferences` must outlive the delegate. The settings are loaded here; all else waits for
+    /// the launch.
+    explicit AppDelegate(Preferences& preferences);
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+    ~AppDelegate() = default;
+
+    AppSettings settings;
+
+    /// Made at their first use.
+    [[nodiscard]] TimerEngine& engine();
+    [[nodiscard]] CueController& cues();
+
+    /// The launch, once, with the event loop about to run.
+    void applicationDidFinishLaunching();
+    /// The shutdown, whatever asked the program to quit.
+    void applicationWillTerminate();
+
+    [[nodiscard]] const std::optional<UDPServer>& udpServer() const { return m_udpServer; }
+    /// 0 while the displays may sleep.
+    [[nodiscard]] quint32 sleepAssertionID() const { return m_sleepAssertionID; }
+
+private:
+    void installFinishSound();
+    void startDispatcher();
+    void startUDPServer();
+    void takeSleepAssertion();
+
+    // In the order of creation, so that each goes before what it points back at.
+    Preferences& m_preferences;
+    std::optional<TimerEngine> m_engine;
+    std::optional<CueController> m_cues;
+    std::optional<CommandDispatcher> m_dispatcher;
+    std::optional<UDPServer> m_udpServer;
+    SoundPlayer m_soundPlayer;
+    DisplaySleepAssertion m_sleepAssertion;
+    quint32 m_sleepAssertionID = 0;
+};
