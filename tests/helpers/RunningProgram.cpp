@@ -1,0 +1,130 @@
+#include "helpers/RunningProgram.h"
+
+#include <QDeadlineTimer>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSettings>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int patienceInMilliseconds = 10'000;
+
+}
+
+RunningProgram::RunningProgram()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, m_home.path());
+    environment.insert(u"XDG_CONFIG_HOME"_s, m_home.path());
+    environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
+    m_process.setProcessEnvironment(environment);
+    m_process.setProgram(QStringLiteral(TARROW_PROGRAM));
+    setStored(u"TarrowSettings.v1"_s, settingsDocument());
+}
+
+RunningProgram::~RunningProgram()
+{
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+void RunningProgram::setStored(const QString& key, const QByteArray& document)
+{
+    QSettings(configFile(), QSettings::IniFormat).setValue(key, document);
+}
+
+QByteArray RunningProgram::stored(const QString& key) const
+{
+    return QSettings(configFile(), QSettings::IniFormat).value(key).toByteArray();
+}
+
+QByteArray RunningProgram::settingsDocument(const QJsonObject& changes)
+{
+    QJsonObject document = QJsonDocument::fromJson(R"({
+        "textColor": {"r": 1, "g": 1, "b": 1, "a": 1},
+        "backgroundColor": {"r": 0, "g": 0, "b": 0, "a": 1},
+        "amberColor": {"r": 1, "g": 0.69, "b": 0, "a": 1},
+        "redColor": {"r": 1, "g": 0.23, "b": 0.19, "a": 1},
+        "useThresholdColors": true,
+        "amberThresholdSeconds": 300,
+        "redThresholdSeconds": 60,
+        "allowCountUp": false,
+        "playFinishSound": false,
+        "udpPort": 0,
+        "webRemoteEnabled": false,
+        "webPort": 0,
+        "ndiEnabled": false,
+        "ndiSourceName": "Tarrow",
+        "ndiWidth": 1920,
+        "ndiHeight": 1080,
+        "enabledScreenIDs": []
+    })")
+                               .object();
+    for (auto change = changes.begin(); change != changes.end(); ++change)
+        document.insert(change.key(), change.value());
+    return QJsonDocument(document).toJson(QJsonDocument::Compact);
+}
+
+bool RunningProgram::start()
+{
+    m_log.clear();
+    m_process.start();
+    static const QRegularExpression listening(u"UDP listening on port (\\d+)"_s);
+    if (!waitForLog("UDP listening on port"))
+        return false;
+    m_port = listening.match(QString::fromUtf8(m_log)).captured(1).toUShort();
+    return m_port != 0;
+}
+
+void RunningProgram::send(const QByteArray& datagram)
+{
+    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(m_port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (sendto(descriptor, datagram.constData(), static_cast<size_t>(datagram.size()), 0,
+            reinterpret_cast<const sockaddr*>(&address), sizeof address)
+        != datagram.size())
+        qFatal("cannot send a datagram");
+    close(descriptor);
+}
+
+bool RunningProgram::waitForLog(const QByteArray& text)
+{
+    const QDeadlineTimer deadline(patienceInMilliseconds);
+    while (!log().contains(text)) {
+        if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning)
+            return log().contains(text);
+        m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime()));
+    }
+    return true;
+}
+
+bool RunningProgram::waitForEnd()
+{
+    return m_process.state() == QProcess::NotRunning
+        || m_process.waitForFinished(patienceInMilliseconds);
+}
+
+QByteArray RunningProgram::log()
+{
+    m_log += m_process.readAllStandardError();
+    return m_log;
+}
+
+QString RunningProgram::configFile() const
+{
+    return m_home.filePath(u"quillfen/tarrow.conf"_s);
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+/// The built program, started as a user would start it, with a home of its own.
+///
+/// Unless a settings document says otherwise it listens on any free port, which is read from its
+/// log.
+class RunningProgram {
+public:
+    RunningProgram();
+    ~RunningProgram();
+
+    /// What the preferences hold when the program starts next: documents by key.
+    void setStored(const QString& key, const QByteArray& document);
+    [[nodiscard]] QByteArray stored(const QString& key) const;
+
+    /// A complete settings document with the defaults, but for the UDP port, which is 0, and
+    /// for the values given.
+    [[nodiscard]] static QByteArray settingsDocument(const QJsonObject& changes = {});
+
+    /// Starts the program and waits until it listens.
+    [[nodiscard]] bool start();
+    /// Sends one datagram.
+    void send(const QByteArray& datagram);
+    /// Waits until the log holds `text`, for ten seconds at most.
+    [[nodiscard]] bool waitForLog(const QByteArray& text);
+    /// Waits for the end, for ten seconds at most.
+    [[nodiscard]] bool waitForEnd();
+
+    [[nodiscard]] QByteArray log();
+    [[nodiscard]] QProcess& process() { return m_process; }
+    [[nodiscard]] quint16 port() const { return m_port; }
+    [[nodiscard]] QString configFile() const;
+
+private:
+    QTemporaryDir m_home;
+    QProcess m_process;
+    QByteArray m_log;
+    quint16 m_port = 0;
+};
