@@ -2,6 +2,9 @@
 
 #include "Support/ControlLog.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -13,11 +16,22 @@ std::unique_ptr<QSettings> openSettings()
     return settings;
 }
 
+/// A process killed between making the lock file of the preferences and signing it leaves a lock
+/// that the next writer would wait half a minute for. A lock that is merely being made does not
+/// need to survive: the file itself is replaced as a whole either way.
+void removeUnsignedLock(const QString& fileName)
+{
+    const QFileInfo lock(fileName + u".lock"_s);
+    if (lock.exists() && lock.size() == 0)
+        QFile::remove(lock.filePath());
+}
+
 } // namespace
 
 SystemPreferences::SystemPreferences()
     : m_settings(openSettings())
 {
+    removeUnsignedLock(fileName());
 }
 
 std::optional<QByteArray> SystemPreferences::data(const QString& key) const
