@@ -20,14 +20,15 @@ constexpr int patienceInMilliseconds = 10'000;
 
 RunningProgram::RunningProgram()
 {
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"HOME"_s, m_home.path());
-    environment.insert(u"XDG_CONFIG_HOME"_s, m_home.path());
-    environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
-    environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
-    environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
-    m_process.setProcessEnvironment(environment);
+    m_environment.insert(u"HOME"_s, m_home.path());
+    m_environment.insert(u"XDG_CONFIG_HOME"_s, m_home.path());
+    m_environment.insert(u"XDG_RUNTIME_DIR"_s, m_home.path());
+    m_environment.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+    m_environment.remove(u"DBUS_SESSION_BUS_ADDRESS"_s);
+    // No sound of a test is heard, wherever it runs.
+    m_environment.insert(u"PULSE_SERVER"_s, u"unix:/nonexistent"_s);
     m_process.setProgram(QStringLiteral(TARROW_PROGRAM));
+    m_process.setReadChannel(QProcess::StandardError);
     setStored(u"TarrowSettings.v1"_s, settingsDocument());
 }
 
@@ -41,7 +42,8 @@ RunningProgram::~RunningProgram()
 
 void RunningProgram::setStored(const QString& key, const QByteArray& document)
 {
-    QSettings(configFile(), QSettings::IniFormat).setValue(key, document);
+    QSettings settings(configFile(), QSettings::IniFormat);
+    settings.setValue(key, document);
 }
 
 QByteArray RunningProgram::stored(const QString& key) const
@@ -79,6 +81,7 @@ QByteArray RunningProgram::settingsDocument(const QJsonObject& changes)
 bool RunningProgram::start()
 {
     m_log.clear();
+    m_process.setProcessEnvironment(m_environment);
     m_process.start();
     static const QRegularExpression listening(u"UDP listening on port (\\d+)"_s);
     if (!waitForLog("UDP listening on port"))
@@ -90,7 +93,7 @@ bool RunningProgram::start()
 void RunningProgram::send(const QByteArray& datagram)
 {
     const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address {};
+    sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(m_port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

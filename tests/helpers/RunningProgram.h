@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 /// The built program, started as a user would start it, with a home of its own.
@@ -22,6 +23,9 @@ public:
     /// for the values given.
     [[nodiscard]] static QByteArray settingsDocument(const QJsonObject& changes = {});
 
+    /// For changes before the start.
+    [[nodiscard]] QProcessEnvironment& environment() { return m_environment; }
+
     /// Starts the program and waits until it listens.
     [[nodiscard]] bool start();
     /// Sends one datagram.
@@ -38,6 +42,7 @@ public:
 
 private:
     QTemporaryDir m_home;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
     QProcess m_process;
     QByteArray m_log;
     quint16 m_port = 0;

@@ -1,10 +1,198 @@
+#include "helpers/RunningProgram.h"
+#include "helpers/SessionBus.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTest>
 
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString settingsKey = u"TarrowSettings.v1"_s;
+const QString cuesKey = u"TarrowCues.v1"_s;
+
+QByteArray runningOrder(const QList<int>& seconds)
+{
+    QJsonArray cues;
+    for (const int duration : seconds)
+        cues.append(QJsonObject{
+            { u"id"_s, u"6F9619FF-8B86-D011-B42D-00C04FC964F%1"_s.arg(cues.size()) },
+            { u"title"_s, u"Cue"_s },
+            { u"seconds"_s, duration },
+        });
+    return QJsonDocument(cues).toJson(QJsonDocument::Compact);
+}
+
+} // namespace
+
+/// The program as a user meets it: started as a process, driven by datagrams, ended by signals.
 class ProgramTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void obeysDatagrams();
+    void followGoesOnToTheNextCue();
+    void stopsOnACommandThatIsFatal_data();
+    void stopsOnACommandThatIsFatal();
+    void endsOnSignals_data();
+    void endsOnSignals();
+    void holdsThePortWithinItsRange_data();
+    void holdsThePortWithinItsRange();
+    void keepsTheDisplaysAwakeUntilItEnds();
+    void outlivesTheReaderOfItsLog();
 };
+
+void ProgramTest::obeysDatagrams()
+{
+    RunningProgram program;
+    QVERIFY(program.start());
+    QVERIFY(program.waitForLog("No display: running on Qt's offscreen platform, UDP port "
+        + QByteArray::number(program.port())));
+    for (const char* datagram : { "GO 5", "STOP", "\xff", "", "msg Doors \"open\"", "pause\r\n" })
+        program.send(datagram);
+    QVERIFY(program.waitForLog("command pause"));
+
+    QList<QByteArray> commands;
+    for (const QByteArray& line : program.log().split('\n')) {
+        if (const auto start = line.indexOf("command "); start >= 0)
+            commands.append(line.mid(start));
+    }
+    QCOMPARE(commands,
+        (QList<QByteArray>{
+            "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause" }));
+}
+
+void ProgramTest::followGoesOnToTheNextCue()
+{
+    RunningProgram program;
+    program.setStored(settingsKey,
+        RunningProgram::settingsDocument(
+            { { u"cueFollow"_s, true }, { u"playFinishSound"_s, true } }));
+    program.setStored(cuesKey, runningOrder({ 60, 0, 1, 1 }));
+    QVERIFY(program.start());
+
+    // The second cue counts up and never ends; the third and fourth last a second each. Where
+    // there is no sound, each finish costs a line.
+    program.send("CUE 2");
+    program.send("CUE 3");
+    QVERIFY(program.waitForLog("Tarrow: failed to play finalBuzzer.wav: "));
+    QTRY_COMPARE_WITH_TIMEOUT(program.log().count("Tarrow: failed to play"), 2, 10'000);
+}
+
+void ProgramTest::stopsOnACommandThatIsFatal_data()
+{
+    QTest::addColumn<QByteArray>("datagram");
+    QTest::addColumn<QByteArray>("named");
+
+    QTest::newRow("infinite") << QByteArray("SET inf") << QByteArray("inf");
+    QTest::newRow("no number") << QByteArray("go nan") << QByteArray("nan");
+    QTest::newRow("index") << QByteArray("CUE -9223372036854775808")
+                           << QByteArray("-9223372036854775808 - 1");
+}
+
+void ProgramTest::stopsOnACommandThatIsFatal()
+{
+    QFETCH(QByteArray, datagram);
+    QFETCH(QByteArray, named);
+
+    RunningProgram program;
+    const QByteArray settings =
+        RunningProgram::settingsDocument({ { u"amberThresholdSeconds"_s, 120 } });
+    program.setStored(settingsKey, settings);
+    program.setStored(cuesKey, runningOrder({ 60, 90 }));
+    QVERIFY(program.start());
+    program.send(datagram);
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
+    QCOMPARE(program.log().count("fatal: "), 1);
+    QVERIFY2(program.log().contains(" is " + named + ","), program.log().constData());
+
+    QVERIFY(program.start());
+    program.send("CUE 2");
+    QVERIFY(program.waitForLog("command cue(2)"));
+    QCOMPARE(program.stored(settingsKey), settings);
+    QCOMPARE(program.stored(cuesKey), runningOrder({ 60, 90 }));
+}
+
+void ProgramTest::endsOnSignals_data()
+{
+    QTest::addColumn<int>("signal");
+
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGHUP") << SIGHUP;
+}
+
+void ProgramTest::endsOnSignals()
+{
+    QFETCH(int, signal);
+
+    RunningProgram program;
+    QVERIFY(program.start());
+    program.send("GO 5");
+    QVERIFY(program.waitForLog("command go"));
+    kill(static_cast<pid_t>(program.process().processId()), signal);
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.process().exitCode(), 0);
+}
+
+void ProgramTest::holdsThePortWithinItsRange_data()
+{
+    QTest::addColumn<qint64>("stored");
+    QTest::addColumn<std::optional<int>>("bound");
+
+    QTest::newRow("above") << qint64(70000) << std::optional(65535);
+    // 0, and with it any free port.
+    QTest::newRow("below") << qint64(-1) << std::optional<int>();
+}
+
+void ProgramTest::holdsThePortWithinItsRange()
+{
+    QFETCH(qint64, stored);
+    QFETCH(std::optional<int>, bound);
+
+    RunningProgram program;
+    program.setStored(settingsKey, RunningProgram::settingsDocument({ { u"udpPort"_s, stored } }));
+    QVERIFY(program.start());
+    if (bound)
+        QCOMPARE(program.port(), *bound);
+    program.send("STOPTIME");
+    QVERIFY(program.waitForLog("command stop"));
+}
+
+void ProgramTest::keepsTheDisplaysAwakeUntilItEnds()
+{
+    SessionBus bus(SessionBus::Services::screenSaver);
+    RunningProgram program;
+    program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(bus.address()));
+    QVERIFY(program.start());
+    const QStringList inhibitors{ u"Tarrow: Tarrow stage timer is running"_s };
+    QTRY_COMPARE(bus.screenSaver().inhibitors, inhibitors);
+    // The identifier is known to the program as soon as it does what was sent after it.
+    program.send("STOPTIME");
+    QVERIFY(program.waitForLog("command stop"));
+    QCOMPARE(bus.screenSaver().released, QList<uint>());
+
+    program.process().terminate();
+    QVERIFY(program.waitForEnd());
+    QTRY_COMPARE(bus.screenSaver().released, QList<uint>{ FakeScreenSaver::cookie });
+}
+
+void ProgramTest::outlivesTheReaderOfItsLog()
+{
+    RunningProgram program;
+    QVERIFY(program.start());
+    program.process().closeReadChannel(QProcess::StandardError);
+    for (int i = 0; i < 100; ++i)
+        program.send("GO 5");
+    program.process().terminate();
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+}
 
 QTEST_GUILESS_MAIN(ProgramTest)
 #include "tst_Program.moc"
