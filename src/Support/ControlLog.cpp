@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 Q_LOGGING_CATEGORY(controlLog, "com.quillfen.tarrow.control")
@@ -34,7 +35,16 @@ const char* levelName(QtMsgType type)
     return "info";
 }
 
-/// Writes whole lines to a descriptor that may stop taking them.
+/// Whether standard error is something that can stop taking bytes, unlike a file.
+bool canBlock = true;
+
+bool isWritable(int patience)
+{
+    pollfd descriptor {STDERR_FILENO, POLLOUT, 0};
+    return poll(&descriptor, 1, patience) > 0;
+}
+
+/// Writes whole lines to standard error.
 class LineWriter {
 public:
     void write(const QByteArray& line)
@@ -63,8 +73,7 @@ private:
     {
         qsizetype written = 0;
         while (written < bytes.size()) {
-            pollfd descriptor{ STDERR_FILENO, POLLOUT, 0 };
-            if (poll(&descriptor, 1, patience) <= 0)
+            if (canBlock && !isWritable(patience))
                 break;
             // A pipe that polls as writable takes this much without blocking.
             const auto chunk = std::min<qsizetype>(bytes.size() - written, PIPE_BUF);
@@ -96,7 +105,7 @@ public:
         if (second != m_second) {
             m_second = second;
             const std::time_t value = system_clock::to_time_t(second);
-            std::tm local{};
+            std::tm local {};
             localtime_r(&value, &local);
             m_length = std::strftime(m_text.data(), m_text.size(), "%Y-%m-%d %H:%M:%S.", &local);
         }
@@ -104,12 +113,12 @@ public:
         for (size_t digit = 3; digit-- > 0; fraction /= 10)
             m_text[m_length + digit] = static_cast<char>('0' + fraction % 10);
         m_text[m_length + 3] = ' ';
-        return { m_text.data(), static_cast<qsizetype>(m_length + 4) };
+        return {m_text.data(), static_cast<qsizetype>(m_length + 4)};
     }
 
 private:
-    std::chrono::sys_seconds m_second{ std::chrono::seconds::min() };
-    std::array<char, 64> m_text{};
+    std::chrono::sys_seconds m_second {std::chrono::seconds::min()};
+    std::array<char, 64> m_text {};
     size_t m_length = 0;
 };
 
@@ -139,5 +148,7 @@ void writeMessage(QtMsgType type, const QMessageLogContext& context, const QStri
 
 void installLogOutput()
 {
+    struct stat status { };
+    canBlock = fstat(STDERR_FILENO, &status) != 0 || !S_ISREG(status.st_mode);
     qInstallMessageHandler(writeMessage);
 }
