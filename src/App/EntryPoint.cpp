@@ -19,6 +19,9 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
 
+    // Where the program's own modules lie once it is installed.
+    QApplication::addLibraryPath(QApplication::applicationDirPath() + u"/../lib/tarrow"_s);
+
     SystemPreferences preferences;
     AppDelegate delegate(preferences);
     const TerminationSignals terminationSignals([] { QApplication::quit(); });

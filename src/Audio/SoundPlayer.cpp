@@ -1,11 +1,7 @@
 #include "Audio/SoundPlayer.h"
 
-#include <QAudioDevice>
 #include <QDebug>
 #include <QFile>
-#include <QMediaDevices>
-#include <QSoundEffect>
-#include <QUrl>
 
 using namespace Qt::StringLiterals;
 
@@ -25,10 +21,9 @@ QUrl urlOf(const QString& path)
 
 SoundPlayer::SoundPlayer(QString folder)
     : m_folder(std::move(folder))
+    , m_output(u"libtarrow-sound"_s)
 {
 }
-
-SoundPlayer::~SoundPlayer() = default;
 
 void SoundPlayer::play(const QString& resource, const QString& ext)
 {
@@ -40,16 +35,11 @@ void SoundPlayer::play(const QString& resource, const QString& ext)
         logFailure(name, file.errorString());
         return;
     }
-    const QAudioDevice device = QMediaDevices::defaultAudioOutput();
-    if (device.isNull()) {
-        logFailure(name, u"there is no audio output"_s);
+    auto* output = qobject_cast<SoundOutput*>(m_output.instance());
+    if (!output) {
+        logFailure(name, m_output.errorString());
         return;
     }
-    m_player = std::make_unique<QSoundEffect>(device);
-    QObject::connect(m_player.get(), &QSoundEffect::statusChanged, [this, name] {
-        if (m_player->status() == QSoundEffect::Error)
-            logFailure(name, u"it is no sound that can be decoded"_s);
-    });
-    m_player->setSource(urlOf(file.fileName()));
-    m_player->play();
+    output->play(
+        urlOf(file.fileName()), [name](const QString& reason) { logFailure(name, reason); });
 }

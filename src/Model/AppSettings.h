@@ -26,34 +26,34 @@ public:
     AppSettings& operator=(const AppSettings&) = delete;
     ~AppSettings() = default;
 
-    QProperty<RGBColor> textColor{ { .r = 1, .g = 1, .b = 1 } };
-    QProperty<RGBColor> backgroundColor{ { .r = 0, .g = 0, .b = 0 } };
-    QProperty<RGBColor> amberColor{ { .r = 1, .g = 176.0 / 255, .b = 0 } };
+    QProperty<RGBColor> textColor {{.r = 1, .g = 1, .b = 1}};
+    QProperty<RGBColor> backgroundColor {{.r = 0, .g = 0, .b = 0}};
+    QProperty<RGBColor> amberColor {{.r = 1, .g = 176.0 / 255, .b = 0}};
     /// Also the colour of overtime.
-    QProperty<RGBColor> redColor{ { .r = 1, .g = 59.0 / 255, .b = 48.0 / 255 } };
+    QProperty<RGBColor> redColor {{.r = 1, .g = 59.0 / 255, .b = 48.0 / 255}};
 
-    QProperty<bool> useThresholdColors{ true };
+    QProperty<bool> useThresholdColors {true};
     /// At or below this many seconds left the time is amber, or red. Any order of the two works.
-    QProperty<qint64> amberThresholdSeconds{ 300 };
-    QProperty<qint64> redThresholdSeconds{ 60 };
+    QProperty<qint64> amberThresholdSeconds {300};
+    QProperty<qint64> redThresholdSeconds {60};
 
     /// After zero, go on into overtime instead of stopping.
-    QProperty<bool> allowCountUp{ false };
-    QProperty<bool> playFinishSound{ false };
+    QProperty<bool> allowCountUp {false};
+    QProperty<bool> playFinishSound {false};
     /// When a cue's countdown finishes, the next cue starts.
-    QProperty<bool> cueFollow{ false };
-    QProperty<bool> autoCheckUpdates{ true };
+    QProperty<bool> cueFollow {false};
+    QProperty<bool> autoCheckUpdates {true};
 
     /// Ports are read once, at launch.
-    QProperty<qint64> udpPort{ 6969 };
-    QProperty<bool> webRemoteEnabled{ false };
-    QProperty<qint64> webPort{ 8080 };
+    QProperty<qint64> udpPort {6969};
+    QProperty<bool> webRemoteEnabled {false};
+    QProperty<qint64> webPort {8080};
 
-    QProperty<bool> ndiEnabled{ false };
-    QProperty<QString> ndiSourceName{ QStringLiteral("Tarrow") };
+    QProperty<bool> ndiEnabled {false};
+    QProperty<QString> ndiSourceName {QStringLiteral("Tarrow")};
     /// Pixels.
-    QProperty<qint64> ndiWidth{ 1920 };
-    QProperty<qint64> ndiHeight{ 1080 };
+    QProperty<qint64> ndiWidth {1920};
+    QProperty<qint64> ndiHeight {1080};
 
     /// The displays that carry an output window, connected or not.
     QProperty<std::set<quint32>> enabledScreenIDs;
@@ -81,25 +81,25 @@ private:
     template <typename Self, typename Visitor>
     static void visitProperties(Self& self, Visitor&& visit)
     {
-        visit(Key{ u"textColor" }, self.textColor);
-        visit(Key{ u"backgroundColor" }, self.backgroundColor);
-        visit(Key{ u"amberColor" }, self.amberColor);
-        visit(Key{ u"redColor" }, self.redColor);
-        visit(Key{ u"useThresholdColors" }, self.useThresholdColors);
-        visit(Key{ u"amberThresholdSeconds" }, self.amberThresholdSeconds);
-        visit(Key{ u"redThresholdSeconds" }, self.redThresholdSeconds);
-        visit(Key{ u"allowCountUp" }, self.allowCountUp);
-        visit(Key{ u"playFinishSound" }, self.playFinishSound);
-        visit(Key{ u"cueFollow", Key::Presence::optional }, self.cueFollow);
-        visit(Key{ u"autoCheckUpdates", Key::Presence::optional }, self.autoCheckUpdates);
-        visit(Key{ u"udpPort" }, self.udpPort);
-        visit(Key{ u"webRemoteEnabled" }, self.webRemoteEnabled);
-        visit(Key{ u"webPort" }, self.webPort);
-        visit(Key{ u"ndiEnabled" }, self.ndiEnabled);
-        visit(Key{ u"ndiSourceName" }, self.ndiSourceName);
-        visit(Key{ u"ndiWidth" }, self.ndiWidth);
-        visit(Key{ u"ndiHeight" }, self.ndiHeight);
-        visit(Key{ u"enabledScreenIDs" }, self.enabledScreenIDs);
+        visit(Key {u"textColor"}, self.textColor);
+        visit(Key {u"backgroundColor"}, self.backgroundColor);
+        visit(Key {u"amberColor"}, self.amberColor);
+        visit(Key {u"redColor"}, self.redColor);
+        visit(Key {u"useThresholdColors"}, self.useThresholdColors);
+        visit(Key {u"amberThresholdSeconds"}, self.amberThresholdSeconds);
+        visit(Key {u"redThresholdSeconds"}, self.redThresholdSeconds);
+        visit(Key {u"allowCountUp"}, self.allowCountUp);
+        visit(Key {u"playFinishSound"}, self.playFinishSound);
+        visit(Key {u"cueFollow", Key::Presence::optional}, self.cueFollow);
+        visit(Key {u"autoCheckUpdates", Key::Presence::optional}, self.autoCheckUpdates);
+        visit(Key {u"udpPort"}, self.udpPort);
+        visit(Key {u"webRemoteEnabled"}, self.webRemoteEnabled);
+        visit(Key {u"webPort"}, self.webPort);
+        visit(Key {u"ndiEnabled"}, self.ndiEnabled);
+        visit(Key {u"ndiSourceName"}, self.ndiSourceName);
+        visit(Key {u"ndiWidth"}, self.ndiWidth);
+        visit(Key {u"ndiHeight"}, self.ndiHeight);
+        visit(Key {u"enabledScreenIDs"}, self.enabledScreenIDs);
     }
 
     [[nodiscard]] std::optional<QJsonObject> snapshot() const;

@@ -24,10 +24,10 @@ struct CueFile {
 
 QByteArray encode(const CueFile& file)
 {
-    const QJsonObject object{
-        { u"format"_s, file.format },
-        { u"version"_s, file.version },
-        { u"cues"_s, encodeArray(file.cues) },
+    const QJsonObject object {
+        {u"format"_s, file.format},
+        {u"version"_s, file.version},
+        {u"cues"_s, encodeArray(file.cues)},
     };
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
@@ -40,7 +40,7 @@ std::optional<CueFile> decodeCueFile(const QByteArray& bytes)
     const auto cues = decodeArray<Cue>(object.value(u"cues"));
     if (!format || !version || !cues)
         return std::nullopt;
-    return CueFile{ .format = *format, .version = *version, .cues = *cues };
+    return CueFile {.format = *format, .version = *version, .cues = *cues};
 }
 
 /// QUuid itself takes several spellings, and gives the null UUID for what is none.
@@ -58,10 +58,10 @@ std::optional<QUuid> decodeUuid(const QJsonValue& json)
 
 QJsonValue JsonForm<Cue>::encode(const Cue& cue)
 {
-    return QJsonObject{
-        { u"id"_s, cue.id.toString(QUuid::WithoutBraces) },
-        { u"title"_s, cue.title },
-        { u"seconds"_s, cue.seconds },
+    return QJsonObject {
+        {u"id"_s, cue.id.toString(QUuid::WithoutBraces)},
+        {u"title"_s, cue.title},
+        {u"seconds"_s, cue.seconds},
     };
 }
 
@@ -73,7 +73,7 @@ std::optional<Cue> JsonForm<Cue>::decode(const QJsonValue& json)
     const auto seconds = JsonForm<qint64>::decode(object.value(u"seconds"));
     if (!id || !title || !seconds)
         return std::nullopt;
-    return Cue{ .id = *id, .title = *title, .seconds = *seconds };
+    return Cue {.id = *id, .title = *title, .seconds = *seconds};
 }
 
 CueController::CueController(TimerEngine& engine, AppSettings& settings, Preferences& preferences)
@@ -107,8 +107,7 @@ void CueController::add(const QString& title, double minutes)
     QString name = title.trimmed();
     if (name.isEmpty())
         name = u"Cue %1"_s.arg(list.size() + 1);
-    list.append(
-        { .id = QUuid::createUuid(), .title = name, .seconds = secondsFromMinutes(minutes) });
+    list.append({.id = QUuid::createUuid(), .title = name, .seconds = secondsFromMinutes(minutes)});
     cues = list;
 }
 
@@ -167,7 +166,7 @@ void CueController::previous()
 
 QByteArray CueController::exportData() const
 {
-    return encode({ .cues = cues });
+    return encode({.cues = cues});
 }
 
 bool CueController::replaceCues(const QByteArray& bytes)

@@ -5,12 +5,12 @@
 
 namespace {
 
-constexpr std::array<std::pair<QStringView, double RGBColor::*>, 4> components{ {
-    { u"r", &RGBColor::r },
-    { u"g", &RGBColor::g },
-    { u"b", &RGBColor::b },
-    { u"a", &RGBColor::a },
-} };
+constexpr std::array<std::pair<QStringView, double RGBColor::*>, 4> components {{
+    {u"r", &RGBColor::r},
+    {u"g", &RGBColor::g},
+    {u"b", &RGBColor::b},
+    {u"a", &RGBColor::a},
+}};
 
 }
 

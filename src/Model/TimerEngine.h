@@ -33,12 +33,12 @@ public:
 
     /// Published only when something in it has changed. For everyone else to read.
     QProperty<DisplaySnapshot> snapshot;
-    QProperty<Phase> phase{ Phase::idle };
+    QProperty<Phase> phase {Phase::idle};
     /// Strobes since launch. Those who cannot follow 90 ms flashes play a strobe of their own
     /// when this changes.
-    QProperty<qint64> strobeCount{ 0 };
+    QProperty<qint64> strobeCount {0};
     /// Restart from the set time each time the countdown passes zero. For callers to write.
-    QProperty<bool> loop{ false };
+    QProperty<bool> loop {false};
 
     /// Called once when a countdown passes zero.
     std::function<void()> onFinish;

@@ -18,38 +18,38 @@ namespace {
 
 using Action = Command::Action;
 
-constexpr std::array<std::pair<QStringView, Action>, 15> keywords{ {
-    { u"STOPTIME", Action::stop },
-    { u"START", Action::start },
-    { u"TIME", Action::toggleClock },
-    { u"TIMEOFDAY", Action::toggleClock },
-    { u"BLACK", Action::toggleBlackout },
-    { u"PAUSE", Action::pause },
-    { u"FLASH", Action::strobe },
-    { u"STROBE", Action::strobe },
-    { u"ATTENTION", Action::strobe },
-    { u"+1", Action::addMinute },
-    { u"-1", Action::subtractMinute },
-    { u"CLEARMSG", Action::clearMessage },
-    { u"RESET", Action::reset },
-    { u"NEXT", Action::nextCue },
-    { u"PREV", Action::prevCue },
-} };
+constexpr std::array<std::pair<QStringView, Action>, 15> keywords {{
+    {u"STOPTIME", Action::stop},
+    {u"START", Action::start},
+    {u"TIME", Action::toggleClock},
+    {u"TIMEOFDAY", Action::toggleClock},
+    {u"BLACK", Action::toggleBlackout},
+    {u"PAUSE", Action::pause},
+    {u"FLASH", Action::strobe},
+    {u"STROBE", Action::strobe},
+    {u"ATTENTION", Action::strobe},
+    {u"+1", Action::addMinute},
+    {u"-1", Action::subtractMinute},
+    {u"CLEARMSG", Action::clearMessage},
+    {u"RESET", Action::reset},
+    {u"NEXT", Action::nextCue},
+    {u"PREV", Action::prevCue},
+}};
 
-constexpr std::array<std::pair<Action, QStringView>, 12> actionNames{ {
-    { Action::start, u"start" },
-    { Action::stop, u"stop" },
-    { Action::toggleClock, u"toggleClock" },
-    { Action::toggleBlackout, u"toggleBlackout" },
-    { Action::pause, u"pause" },
-    { Action::strobe, u"strobe" },
-    { Action::addMinute, u"addMinute" },
-    { Action::subtractMinute, u"subtractMinute" },
-    { Action::clearMessage, u"clearMessage" },
-    { Action::reset, u"reset" },
-    { Action::nextCue, u"nextCue" },
-    { Action::prevCue, u"prevCue" },
-} };
+constexpr std::array<std::pair<Action, QStringView>, 12> actionNames {{
+    {Action::start, u"start"},
+    {Action::stop, u"stop"},
+    {Action::toggleClock, u"toggleClock"},
+    {Action::toggleBlackout, u"toggleBlackout"},
+    {Action::pause, u"pause"},
+    {Action::strobe, u"strobe"},
+    {Action::addMinute, u"addMinute"},
+    {Action::subtractMinute, u"subtractMinute"},
+    {Action::clearMessage, u"clearMessage"},
+    {Action::reset, u"reset"},
+    {Action::nextCue, u"nextCue"},
+    {Action::prevCue, u"prevCue"},
+}};
 
 bool isAscii(QStringView text)
 {
@@ -133,17 +133,17 @@ std::optional<Command> parseSet(QStringView text)
     const std::optional<double> minutes = number(text);
     if (!minutes)
         return std::nullopt;
-    return Command{ Command::Set{ *minutes } };
+    return Command {Command::Set {*minutes}};
 }
 
 std::optional<Command> parseGo(QStringView text)
 {
     if (text.isEmpty())
-        return Command{ Action::start };
+        return Command {Action::start};
     const std::optional<double> minutes = number(text);
     if (!minutes)
         return std::nullopt;
-    return Command{ Command::Go{ *minutes } };
+    return Command {Command::Go {*minutes}};
 }
 
 std::optional<Command> parseCue(QStringView text)
@@ -151,22 +151,22 @@ std::optional<Command> parseCue(QStringView text)
     const std::optional<qint64> cue = integer(text);
     if (!cue)
         return std::nullopt;
-    return Command{ Command::Cue{ *cue } };
+    return Command {Command::Cue {*cue}};
 }
 
 std::optional<Command> parseMessage(QStringView text)
 {
-    return Command{ Command::Message{ text.toString() } };
+    return Command {Command::Message {text.toString()}};
 }
 
 using PayloadParser = std::optional<Command> (*)(QStringView);
 
-constexpr std::array<std::pair<QStringView, PayloadParser>, 4> prefixes{ {
-    { u"SET", parseSet },
-    { u"GO", parseGo },
-    { u"CUE", parseCue },
-    { u"MSG", parseMessage },
-} };
+constexpr std::array<std::pair<QStringView, PayloadParser>, 4> prefixes {{
+    {u"SET", parseSet},
+    {u"GO", parseGo},
+    {u"CUE", parseCue},
+    {u"MSG", parseMessage},
+}};
 
 /// The shortest digits that read back the same, always with a point or an exponent.
 QString describe(double value)
@@ -177,7 +177,7 @@ QString describe(double value)
         return value < 0 ? u"-inf"_s : u"inf"_s;
     const double size = std::abs(value);
     const bool isPlain = size == 0 || (size >= 1e-4 && size < 1e16);
-    std::array<char, 32> buffer{};
+    std::array<char, 32> buffer {};
     const auto [end, error] = std::to_chars(buffer.begin(), buffer.end(), value,
         isPlain ? std::chars_format::fixed : std::chars_format::scientific);
     QString text = QString::fromLatin1(buffer.data(), end - buffer.data());
@@ -216,7 +216,7 @@ std::optional<Command> Command::parse(QStringView text)
     const QString key = keyOf(line);
     for (const auto& [keyword, action] : keywords) {
         if (key == keyword)
-            return Command{ action };
+            return Command {action};
     }
     for (const auto& [prefix, parsePayload] : prefixes) {
         if (hasPrefix(key, prefix))
@@ -228,7 +228,7 @@ std::optional<Command> Command::parse(QStringView text)
 QString Command::description() const
 {
     return std::visit(
-        Overloaded{
+        Overloaded {
             [](const Set& set) { return u"set(minutes: "_s + describe(set.minutes) + u')'; },
             [](const Go& go) { return u"go(minutes: "_s + describe(go.minutes) + u')'; },
             [](const Message& message) { return u"message("_s + describe(message.text) + u')'; },

@@ -12,7 +12,7 @@
 
 /// Where a datagram came from. An IPv4 sender has its IPv4-mapped IPv6 address.
 struct DatagramPeer {
-    std::array<quint8, 16> address{};
+    std::array<quint8, 16> address {};
     /// The interface of a link-local address, otherwise 0.
     quint32 scope = 0;
     quint32 port = 0;

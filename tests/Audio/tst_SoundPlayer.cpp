@@ -36,6 +36,7 @@ private:
 void SoundPlayerTest::initTestCase()
 {
     qputenv("PULSE_SERVER", "unix:/nonexistent");
+    QCoreApplication::addLibraryPath(QStringLiteral(TARROW_MODULES));
     QDir(m_sounds.path()).mkdir(u"folder.wav"_s);
     QFile sound(m_sounds.filePath(u"sound.wav"_s));
     QVERIFY(sound.open(QIODevice::WriteOnly));
@@ -49,10 +50,10 @@ void SoundPlayerTest::failsAsItShould_data()
     QTest::newRow("absent") << u"absent"_s << QStringList();
     QTest::newRow("cannot be opened")
         << u"folder"_s
-        << QStringList{ u"Tarrow: failed to play folder.wav: file to open is a directory"_s };
+        << QStringList {u"Tarrow: failed to play folder.wav: file to open is a directory"_s};
     QTest::newRow("no audio output")
         << u"sound"_s
-        << QStringList{ u"Tarrow: failed to play sound.wav: there is no audio output"_s };
+        << QStringList {u"Tarrow: failed to play sound.wav: there is no audio output"_s};
 }
 
 void SoundPlayerTest::failsAsItShould()

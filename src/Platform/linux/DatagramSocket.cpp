@@ -39,12 +39,12 @@ int createSocket(sa_family_t& family)
 bool bindTo(int descriptor, sa_family_t family, quint16 port)
 {
     if (family == AF_INET) {
-        sockaddr_in address{};
+        sockaddr_in address {};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     }
-    sockaddr_in6 address{};
+    sockaddr_in6 address {};
     address.sin6_family = AF_INET6;
     address.sin6_port = htons(port);
     return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
@@ -58,7 +58,7 @@ void setOption(int descriptor, int level, int option, int value)
 
 quint16 boundPort(int descriptor)
 {
-    sockaddr_in6 address{};
+    sockaddr_in6 address {};
     socklen_t length = sizeof address;
     if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         return 0;
@@ -70,7 +70,7 @@ DatagramPeer peerOf(const sockaddr_in6& address)
 {
     DatagramPeer peer;
     if (address.sin6_family == AF_INET) {
-        sockaddr_in short4{};
+        sockaddr_in short4 {};
         std::memcpy(&short4, &address, sizeof short4);
         peer.address[10] = peer.address[11] = 0xff;
         std::memcpy(&peer.address[12], &short4.sin_addr, sizeof short4.sin_addr);
@@ -93,15 +93,15 @@ bool isFinal(int error)
 
 /// Room for the datagrams of one system call.
 struct DatagramSocket::Batch {
-    std::array<mmsghdr, batchSize> messages{};
-    std::array<iovec, batchSize> vectors{};
-    std::array<sockaddr_in6, batchSize> senders{};
+    std::array<mmsghdr, batchSize> messages {};
+    std::array<iovec, batchSize> vectors {};
+    std::array<sockaddr_in6, batchSize> senders {};
     std::vector<std::byte> bytes = std::vector<std::byte>(batchSize * largestDatagram);
 
     Batch()
     {
         for (size_t i = 0; i < batchSize; ++i) {
-            vectors[i] = { bytes.data() + i * largestDatagram, largestDatagram };
+            vectors[i] = {bytes.data() + i * largestDatagram, largestDatagram};
             messages[i].msg_hdr.msg_name = &senders[i];
             messages[i].msg_hdr.msg_iov = &vectors[i];
             messages[i].msg_hdr.msg_iovlen = 1;

@@ -64,8 +64,8 @@ private:
         : m_bus(bus)
     {
         const int descriptor = sd_bus_get_fd(bus);
-        for (auto [notifier, type] : { std::pair(&m_readable, QSocketNotifier::Read),
-                 std::pair(&m_writable, QSocketNotifier::Write) }) {
+        for (auto [notifier, type] : {std::pair(&m_readable, QSocketNotifier::Read),
+                 std::pair(&m_writable, QSocketNotifier::Write)}) {
             notifier->emplace(descriptor, type);
             QObject::connect(&**notifier, &QSocketNotifier::activated, [this] { process(); });
         }
@@ -113,7 +113,7 @@ private:
             m_deadline.stop();
             return;
         }
-        timespec now{};
+        timespec now {};
         clock_gettime(CLOCK_MONOTONIC, &now);
         const auto nowMicroseconds = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000
             + static_cast<std::uint64_t>(now.tv_nsec) / 1000;

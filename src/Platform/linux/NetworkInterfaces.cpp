@@ -12,7 +12,7 @@ namespace {
 
 QString numericHost(const sockaddr* address)
 {
-    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXHOST> host {};
     getnameinfo(address, sizeof(sockaddr_in), host.data(), host.size(), nullptr, 0, NI_NUMERICHOST);
     return QString::fromUtf8(host.data());
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::array handledSignals{ SIGINT, SIGTERM, SIGHUP };
+constexpr std::array handledSignals {SIGINT, SIGTERM, SIGHUP};
 
 /// What the signal handler, which may do next to nothing, wakes the event loop with.
 int wakeUpDescriptor = -1;
