@@ -65,14 +65,14 @@ void DisplaySleepAssertionTest::isTakenAndGivenBack()
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address());
 
     take();
-    QTRY_COMPARE(m_taken, QList<quint32>{ FakeScreenSaver::cookie });
-    QCOMPARE(bus.screenSaver().inhibitors, QStringList{ u"Tarrow: a test runs"_s });
+    QTRY_COMPARE(m_taken, QList<quint32> {FakeScreenSaver::cookie});
+    QCOMPARE(bus.screenSaver().inhibitors, QStringList {u"Tarrow: a test runs"_s});
     QCOMPARE(bus.screenSaver().released, QList<uint>());
 
     // No turn of the event loop is left to the process that quits.
     m_assertion->release(FakeScreenSaver::cookie);
     m_assertion.reset();
-    QTRY_COMPARE(bus.screenSaver().released, QList<uint>{ FakeScreenSaver::cookie });
+    QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
     QCOMPARE(logLines, QStringList());
 }
 

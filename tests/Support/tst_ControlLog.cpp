@@ -32,14 +32,14 @@ public:
     ~UnreadStandardError()
     {
         dup2(m_original, STDERR_FILENO);
-        for (const int descriptor : { m_original, m_ends[0], m_ends[1] })
+        for (const int descriptor : {m_original, m_ends[0], m_ends[1]})
             close(descriptor);
     }
 
     [[nodiscard]] QByteArray readAll() const
     {
         QByteArray result;
-        std::array<char, 65536> buffer{};
+        std::array<char, 65536> buffer {};
         for (ssize_t count = 0; (count = read(m_ends[0], buffer.data(), buffer.size())) > 0;)
             result.append(buffer.data(), count);
         return result;
@@ -47,7 +47,7 @@ public:
 
 private:
     int m_original;
-    std::array<int, 2> m_ends{};
+    std::array<int, 2> m_ends {};
 };
 
 } // namespace

@@ -45,7 +45,7 @@ QByteArray contentOf(const QString& fileName)
 void setFileSizeLimit(rlim_t limit)
 {
     signal(SIGXFSZ, SIG_IGN);
-    const rlimit limits{ limit, RLIM_INFINITY };
+    const rlimit limits {limit, RLIM_INFINITY};
     setrlimit(RLIMIT_FSIZE, &limits);
 }
 
@@ -180,7 +180,7 @@ void PreferencesTest::survivesBeingKilled()
     QRandomGenerator random(20261122);
 
     for (int round = 0, last = 0; round < kills; ++round) {
-        std::array<int, 2> ends{};
+        std::array<int, 2> ends {};
         QCOMPARE(pipe(ends.data()), 0);
         const pid_t child = fork();
         if (child == 0) {

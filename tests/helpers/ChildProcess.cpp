@@ -10,7 +10,7 @@
 
 ChildResult runInChild(const std::function<void()>& code)
 {
-    std::array<int, 2> ends{};
+    std::array<int, 2> ends {};
     if (pipe(ends.data()) != 0)
         qFatal("cannot make a pipe");
     const pid_t child = fork();
@@ -19,7 +19,7 @@ ChildResult runInChild(const std::function<void()>& code)
         close(ends[0]);
         close(ends[1]);
         // Qt Test's own handlers would write a report of the crash that is wanted here.
-        for (const int signal : { SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL })
+        for (const int signal : {SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL})
             std::signal(signal, SIG_DFL);
         installLogOutput();
         code();
@@ -28,7 +28,7 @@ ChildResult runInChild(const std::function<void()>& code)
     close(ends[1]);
 
     ChildResult result;
-    std::array<char, 4096> buffer{};
+    std::array<char, 4096> buffer {};
     for (ssize_t count = 0; (count = read(ends[0], buffer.data(), buffer.size())) > 0;)
         result.standardError.append(buffer.data(), count);
     close(ends[0]);

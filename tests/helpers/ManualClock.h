@@ -5,7 +5,7 @@
 /// A clock that stands still until the test moves it. It must outlive those it is given to.
 class ManualClock {
 public:
-    Instant now{ std::chrono::sys_days{ std::chrono::year{ 2026 } / 11 / 22 } };
+    Instant now {std::chrono::sys_days {std::chrono::year {2026} / 11 / 22}};
 
     void advance(std::chrono::microseconds duration) { now += duration; }
 

@@ -26,8 +26,8 @@ void FakeScreenSaver::UnInhibit(uint identifier)
 SessionBus::SessionBus(Services services)
 {
     m_daemon.start(u"dbus-daemon"_s,
-        { u"--session"_s, u"--nofork"_s, u"--print-address"_s,
-            u"--address=unix:path="_s + m_folder.filePath(u"bus"_s) });
+        {u"--session"_s, u"--nofork"_s, u"--print-address"_s,
+            u"--address=unix:path="_s + m_folder.filePath(u"bus"_s)});
     if (!m_daemon.waitForReadyRead())
         qFatal("cannot start dbus-daemon");
     m_address = m_daemon.readAllStandardOutput().trimmed();

@@ -18,10 +18,10 @@ QByteArray runningOrder(const QList<int>& seconds)
 {
     QJsonArray cues;
     for (const int duration : seconds)
-        cues.append(QJsonObject{
-            { u"id"_s, u"6F9619FF-8B86-D011-B42D-00C04FC964F%1"_s.arg(cues.size()) },
-            { u"title"_s, u"Cue"_s },
-            { u"seconds"_s, duration },
+        cues.append(QJsonObject {
+            {u"id"_s, u"6F9619FF-8B86-D011-B42D-00C04FC964F%1"_s.arg(cues.size())},
+            {u"title"_s, u"Cue"_s},
+            {u"seconds"_s, duration},
         });
     return QJsonDocument(cues).toJson(QJsonDocument::Compact);
 }
@@ -51,7 +51,7 @@ void ProgramTest::obeysDatagrams()
     QVERIFY(program.start());
     QVERIFY(program.waitForLog("No display: running on Qt's offscreen platform, UDP port "
         + QByteArray::number(program.port())));
-    for (const char* datagram : { "GO 5", "STOP", "\xff", "", "msg Doors \"open\"", "pause\r\n" })
+    for (const char* datagram : {"GO 5", "STOP", "\xff", "", "msg Doors \"open\"", "pause\r\n"})
         program.send(datagram);
     QVERIFY(program.waitForLog("command pause"));
 
@@ -61,17 +61,16 @@ void ProgramTest::obeysDatagrams()
             commands.append(line.mid(start));
     }
     QCOMPARE(commands,
-        (QList<QByteArray>{
-            "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause" }));
+        (QList<QByteArray> {
+            "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause"}));
 }
 
 void ProgramTest::followGoesOnToTheNextCue()
 {
     RunningProgram program;
     program.setStored(settingsKey,
-        RunningProgram::settingsDocument(
-            { { u"cueFollow"_s, true }, { u"playFinishSound"_s, true } }));
-    program.setStored(cuesKey, runningOrder({ 60, 0, 1, 1 }));
+        RunningProgram::settingsDocument({{u"cueFollow"_s, true}, {u"playFinishSound"_s, true}}));
+    program.setStored(cuesKey, runningOrder({60, 0, 1, 1}));
     QVERIFY(program.start());
 
     // The second cue counts up and never ends; the third and fourth last a second each. Where
@@ -100,9 +99,9 @@ void ProgramTest::stopsOnACommandThatIsFatal()
 
     RunningProgram program;
     const QByteArray settings =
-        RunningProgram::settingsDocument({ { u"amberThresholdSeconds"_s, 120 } });
+        RunningProgram::settingsDocument({{u"amberThresholdSeconds"_s, 120}});
     program.setStored(settingsKey, settings);
-    program.setStored(cuesKey, runningOrder({ 60, 90 }));
+    program.setStored(cuesKey, runningOrder({60, 90}));
     QVERIFY(program.start());
     program.send(datagram);
     QVERIFY(program.waitForEnd());
@@ -114,7 +113,7 @@ void ProgramTest::stopsOnACommandThatIsFatal()
     program.send("CUE 2");
     QVERIFY(program.waitForLog("command cue(2)"));
     QCOMPARE(program.stored(settingsKey), settings);
-    QCOMPARE(program.stored(cuesKey), runningOrder({ 60, 90 }));
+    QCOMPARE(program.stored(cuesKey), runningOrder({60, 90}));
 }
 
 void ProgramTest::endsOnSignals_data()
@@ -156,7 +155,7 @@ void ProgramTest::holdsThePortWithinItsRange()
     QFETCH(std::optional<int>, bound);
 
     RunningProgram program;
-    program.setStored(settingsKey, RunningProgram::settingsDocument({ { u"udpPort"_s, stored } }));
+    program.setStored(settingsKey, RunningProgram::settingsDocument({{u"udpPort"_s, stored}}));
     QVERIFY(program.start());
     if (bound)
         QCOMPARE(program.port(), *bound);
@@ -170,7 +169,7 @@ void ProgramTest::keepsTheDisplaysAwakeUntilItEnds()
     RunningProgram program;
     program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(bus.address()));
     QVERIFY(program.start());
-    const QStringList inhibitors{ u"Tarrow: Tarrow stage timer is running"_s };
+    const QStringList inhibitors {u"Tarrow: Tarrow stage timer is running"_s};
     QTRY_COMPARE(bus.screenSaver().inhibitors, inhibitors);
     // The identifier is known to the program as soon as it does what was sent after it.
     program.send("STOPTIME");
@@ -179,7 +178,7 @@ void ProgramTest::keepsTheDisplaysAwakeUntilItEnds()
 
     program.process().terminate();
     QVERIFY(program.waitForEnd());
-    QTRY_COMPARE(bus.screenSaver().released, QList<uint>{ FakeScreenSaver::cookie });
+    QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
 }
 
 void ProgramTest::outlivesTheReaderOfItsLog()
