@@ -29,7 +29,8 @@ struct DatagramPeer {
 /// Receives datagrams on one port of every interface, IPv6 and IPv4 alike, on the thread that
 /// opened it.
 ///
-/// A flood is taken in bounded portions, so that timers and other sockets get their turn.
+/// A flood is taken in bounded portions, so that timers and other sockets get their turn. A
+/// callback may open and close the socket, but not destroy it.
 class DatagramSocket {
 public:
     DatagramSocket() = default;

@@ -123,7 +123,9 @@ std::optional<QString> DatagramSocket::open(quint16 port)
     m_descriptor = createSocket(family);
     if (m_descriptor < 0)
         return lastError();
-    setOption(m_descriptor, SOL_SOCKET, SO_REUSEADDR, 1);
+    // With the option, "any free port" may be one that another sharing socket has already.
+    if (port != 0)
+        setOption(m_descriptor, SOL_SOCKET, SO_REUSEADDR, 1);
     if (family == AF_INET6)
         setOption(m_descriptor, IPPROTO_IPV6, IPV6_V6ONLY, 0);
     setOption(m_descriptor, SOL_SOCKET, SO_RCVBUF, receiveBufferSize);
