@@ -1,9 +1,75 @@
+#include "Net/LocalIP.h"
+
 #include <QTest>
+
+#include <arpa/inet.h>
+
+using namespace Qt::StringLiterals;
 
 class LocalIPTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void choosesTheAddress_data()
+    {
+        QTest::addColumn<QList<InterfaceAddress>>("candidates");
+        QTest::addColumn<std::optional<QString>>("address");
+        const auto add = [](const char* name, const QList<InterfaceAddress>& candidates,
+                             const std::optional<QString>& address) {
+            QTest::newRow(name) << candidates << address;
+        };
+        const auto with = [](InterfaceAddress address, bool InterfaceAddress::*flag, bool value) {
+            address.*flag = value;
+            return address;
+        };
+        using Address = InterfaceAddress;
+        const Address loopback {u"lo"_s, true, true, true, u"127.0.0.1"_s};
+        const Address wired {u"eth0"_s, true, true, false, u"198.51.100.5"_s};
+        const Address wireless {u"wlan0"_s, true, true, false, u"203.0.113.9"_s};
+        const Address similar {u"en01"_s, true, true, false, u"203.0.113.1"_s};
+        const Address en0 {u"en0"_s, true, true, false, u"192.0.2.20"_s};
+        const Address en0Second {u"en0"_s, true, true, false, u"192.0.2.21"_s};
+        const Address wiredDown = with(wired, &Address::isUp, false);
+        const Address wirelessIdle = with(wireless, &Address::isRunning, false);
+        const Address en0Down = with(en0, &Address::isUp, false);
+        const Address en0Idle = with(en0, &Address::isRunning, false);
+        const Address en0Loopback = with(en0, &Address::isLoopback, true);
+
+        add("nothing", {}, std::nullopt);
+        add("only loopback", {loopback}, std::nullopt);
+        add("none usable", {wiredDown, wirelessIdle, loopback}, std::nullopt);
+        add("en0 first", {en0, wired}, en0.address);
+        add("en0 last", {loopback, wired, wireless, en0}, en0.address);
+        add("two of en0", {wired, en0, en0Second}, en0.address);
+        add("no en0", {loopback, wired, wireless}, wired.address);
+        add("no en0, other order", {wireless, wired, loopback}, wireless.address);
+        add("similar name", {wired, similar}, wired.address);
+        add("down", {wiredDown, wireless}, wireless.address);
+        add("not running", {wirelessIdle, wired}, wired.address);
+        add("en0 down", {wired, en0Down}, wired.address);
+        add("en0 not running", {en0Idle, wired}, wired.address);
+        add("en0 is loopback", {en0Loopback, wired}, wired.address);
+        add("one of en0 down", {wired, en0Down, en0Second}, en0Second.address);
+    }
+    void choosesTheAddress()
+    {
+        QFETCH(const QList<InterfaceAddress>, candidates);
+        QTEST(LocalIP::address(candidates), "address");
+    }
+
+    void readsThisMachine()
+    {
+        const QList<InterfaceAddress> addresses = ipv4InterfaceAddresses();
+        bool hasLocalhost = false;
+        for (const InterfaceAddress& address : addresses) {
+            in_addr parsed {};
+            QCOMPARE(inet_pton(AF_INET, address.address.toLatin1().constData(), &parsed), 1);
+            if (parsed.s_addr == htonl(INADDR_LOOPBACK))
+                hasLocalhost = address.isUp && address.isRunning && address.isLoopback;
+        }
+        QVERIFY(hasLocalhost);
+        QVERIFY(!LocalIP::address().value_or(QString()).startsWith(u"127."_s));
+    }
 };
 
 QTEST_GUILESS_MAIN(LocalIPTest)
