@@ -175,6 +175,9 @@ bool CueController::replaceCues(const QByteArray& bytes)
     if (!file || file->format != CueFile::expectedFormat)
         return false;
     currentCueID = std::nullopt;
+    // An import is stored even when it changes nothing: what is stored may be unreadable.
+    if (file->cues == cues.value())
+        save();
     cues = file->cues;
     return true;
 }

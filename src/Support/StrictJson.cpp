@@ -39,6 +39,11 @@ std::optional<quint32> JsonForm<quint32>::decode(const QJsonValue& json)
     return static_cast<quint32>(*value);
 }
 
+QJsonValue JsonForm<QString>::encode(const QString& value)
+{
+    return value.isValidUtf16() ? value : QString::fromUtf8(value.toUtf8());
+}
+
 std::optional<QString> JsonForm<QString>::decode(const QJsonValue& json)
 {
     if (!json.isString() || !json.toString().isValidUtf16())

@@ -35,9 +35,9 @@ template <> struct JsonForm<quint32> {
     static std::optional<quint32> decode(const QJsonValue& json);
 };
 
-/// Half of a surrogate pair is no text.
+/// Half of a surrogate pair is no text, and is never written.
 template <> struct JsonForm<QString> {
-    static QJsonValue encode(const QString& value) { return value; }
+    static QJsonValue encode(const QString& value);
     static std::optional<QString> decode(const QJsonValue& json);
 };
 

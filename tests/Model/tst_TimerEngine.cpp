@@ -1,9 +1,457 @@
+#include "Model/TimerEngine.h"
+
+#include "helpers/ChildProcess.h"
+#include "helpers/ManualClock.h"
+#include "helpers/MemoryPreferences.h"
+
 #include <QTest>
+
+#include <array>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+using Microseconds = std::chrono::microseconds;
+using Origin = TimerEngine::RunOrigin;
+
+namespace {
+
+const char* name(TimeThreshold threshold)
+{
+    return std::array {"normal", "amber", "red"}.at(static_cast<size_t>(threshold));
+}
+
+const char* name(TimerEngine::Phase phase)
+{
+    return std::array {"idle", "running", "paused", "clock"}.at(static_cast<size_t>(phase));
+}
+
+/// "14:05:09", in UTC.
+QString timeOfDay(Instant instant)
+{
+    const std::chrono::hh_mm_ss time(instant - floor<std::chrono::days>(instant));
+    return QString::asprintf("%02d:%02d:%02d", static_cast<int>(time.hours().count()),
+        static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
+}
+
+/// An engine on a clock that stands still at midnight, with a record of what it tells others.
+struct Stage {
+    MemoryPreferences preferences;
+    AppSettings settings {preferences};
+    ManualClock clock;
+    TimerEngine engine {settings, clock.clock(), timeOfDay};
+    /// In order: "finish", "ask" for the auto-advance handler, and every new phase.
+    QByteArrayList events;
+    /// The answer to "ask": a cue of 20 seconds follows.
+    bool hasNextCue = false;
+    int publications = 0;
+    QPropertyNotifier phaseNotifier =
+        engine.phase.addNotifier([this] { events += name(engine.phase); });
+    QPropertyNotifier snapshotNotifier = engine.snapshot.addNotifier([this] { ++publications; });
+
+    Stage()
+    {
+        engine.onFinish = [this] { events += "finish"; };
+        engine.autoAdvanceHandler = [this] {
+            events += "ask";
+            if (hasNextCue)
+                start(20, Origin::cue);
+            return hasNextCue;
+        };
+    }
+
+    void start(qint64 seconds, Origin origin)
+    {
+        engine.setSeconds = seconds;
+        engine.start(origin);
+    }
+
+    /// "04:59 amber running", and what lies over it: " [message] black lit".
+    QByteArray shown() const
+    {
+        const DisplaySnapshot& snapshot = engine.snapshot.value();
+        QByteArray text =
+            snapshot.timeText.toUtf8() + ' ' + name(snapshot.threshold) + ' ' + name(engine.phase);
+        if (snapshot.message)
+            text += " [" + snapshot.message->toUtf8() + ']';
+        return text + (snapshot.isBlackout ? " black" : "") + (snapshot.strobe ? " lit" : "");
+    }
+
+    /// Does what a line such as "loop on; go 300; wait 1.5; pause" says.
+    void play(const char* script)
+    {
+        for (const QString& step : QString::fromUtf8(script).split(u"; "_s)) {
+            const QString rest = step.section(u' ', 1);
+            const qint64 number = rest.toLongLong();
+            const bool on = rest == u"on";
+            const QHash<QString, std::function<void()>> requests {
+                {u"go"_s, [&] { start(number, Origin::operatorRequest); }},
+                {u"cue"_s, [&] { start(number, Origin::cue); }},
+                {u"set"_s, [&] { engine.setSeconds = number; }},
+                {u"start"_s, [&] { engine.start(Origin::operatorRequest); }},
+                {u"rearm"_s, [&] { engine.rearm(number); }},
+                {u"stop"_s, [&] { engine.stop(); }},
+                {u"pause"_s, [&] { engine.togglePause(); }},
+                {u"add"_s, [&] { engine.addMinute(); }},
+                {u"subtract"_s, [&] { engine.subtractMinute(); }},
+                {u"adjust"_s, [&] { engine.adjust(number); }},
+                {u"clock"_s, [&] { engine.setClock(on); }},
+                {u"exitClock"_s, [&] { engine.exitClockIfNeeded(); }},
+                {u"loop"_s, [&] { engine.loop = on; }},
+                {u"next"_s, [&] { hasNextCue = on; }},
+                {u"countUp"_s, [&] { settings.allowCountUp = on; }},
+                {u"colors"_s, [&] { settings.useThresholdColors = on; }},
+                {u"amber"_s, [&] { settings.amberThresholdSeconds = number; }},
+                {u"red"_s, [&] { settings.redThresholdSeconds = number; }},
+                // Time passes, and no tick sees it.
+                {u"miss"_s, [&] { clock.advance(Microseconds(qRound64(rest.toDouble() * 1e6))); }},
+                {u"tick"_s, [&] { engine.tick(); }},
+                {u"wait"_s, [&] { play(qPrintable(u"miss %1; tick"_s.arg(rest))); }},
+                {u"message"_s, [&] { engine.setMessage(rest); }},
+                {u"noMessage"_s, [&] { engine.setMessage(std::nullopt); }},
+                {u"blackout"_s, [&] { engine.toggleBlackout(); }},
+                {u"strobe"_s, [&] { engine.strobe(); }},
+                {u"reset"_s, [&] { engine.reset(); }},
+            };
+            requests[step.section(u' ', 0, 0)]();
+        }
+    }
+};
+
+/// Rows of a script, what is shown after it and, where they matter, the events up to then.
+void addColumns()
+{
+    QTest::addColumn<QByteArray>("shown");
+    QTest::addColumn<QByteArray>("events");
+}
+
+void row(const char* script, const char* shown, const char* events = nullptr)
+{
+    QTest::newRow(script) << QByteArray(shown) << QByteArray(events);
+}
+
+void checkRow()
+{
+    QFETCH(const QByteArray, shown);
+    QFETCH(const QByteArray, events);
+    Stage stage;
+    stage.play(QTest::currentDataTag());
+    QCOMPARE(stage.shown(), shown);
+    if (!events.isNull())
+        QCOMPARE(stage.events.join(' '), events);
+}
+
+} // namespace
 
 class TimerEngineTest : public QObject {
     Q_OBJECT
 
+public:
+    /// Qt reads the environment's locale once per process, so each needs a process of its own,
+    /// made before this one has read any.
+    static void initMain()
+    {
+        for (const char* const locale : {"C", "de_DE.UTF-8", "en_US.UTF-8"}) {
+            localTimes[locale] = runInChild([&] {
+                qputenv("LC_ALL", locale);
+                qputenv("TZ", "UTC");
+                const QString text = TimerEngine::localShortTime()(ManualClock().now + 14h + 359s);
+                fputs(text.simplified().toUtf8().constData(), stderr);
+            }).standardError;
+        }
+    }
+
 private Q_SLOTS:
+    void countsDown_data()
+    {
+        addColumns();
+        row("wait 3600", "00:00 normal idle", "");
+        row("go 300", "05:00 amber running");
+        // Each value is shown for a full second after it was reached.
+        row("go 300; wait 0.999999", "05:00 amber running");
+        row("go 300; wait 1", "04:59 amber running");
+        row("go 300; wait 300.999999", "00:00 red running");
+        row("go 300; wait 301", "00:00 red idle");
+        row("countUp on; go 300; wait 301.999999", "-00:01 red running");
+        row("countUp on; go 300; wait 390", "-01:30 red running");
+        row("go 7507", "125:07 normal running");
+        row("go 300; set 120; wait 1", "04:59 amber running");
+        // The clock is set back, and ahead.
+        row("go 300; wait -0.999999", "05:00 amber running");
+        row("go 300; wait -1", "05:01 normal running");
+        row("go 300; wait 60; wait -3600", "64:00 normal running");
+        row("go 7200; wait 3600; wait 1", "59:59 normal running");
+        row("go 300; wait -3155695200000", "52594920005:00 normal running");
+        row("countUp on; go 300; wait 3155695200000", "-52594919995:00 red running");
+        // The ends of 64 bits hold.
+        row("rearm 9223372036854775807", "153722867280912930:07 normal running");
+        row("rearm 9223372036854775807; wait -9", "153722867280912930:07 normal running");
+        row("rearm 9223372036854775807; add", "153722867280912930:07 normal running");
+        row("countUp on; rearm -9223372036854775808; wait 9", "-153722867280912930:08 red running");
+        row("rearm -9223372036854775808; adjust -9", "-153722867280912930:08 red running");
+    }
+    void countsDown() { checkRow(); }
+
+    void countsUp_data()
+    {
+        addColumns();
+        row("go 0", "00:00 normal running");
+        row("go 0; wait 0.999999", "00:00 normal running");
+        row("go 0; wait 1", "00:01 normal running");
+        row("loop on; next on; cue 0; wait 1; wait 3600", "60:01 normal running", "running");
+        // The number underneath is negative: what is added brings it nearer to zero, or past it.
+        row("go 0; wait 90; add", "00:30 normal running");
+        row("go 0; wait 30; add", "00:30 normal running");
+        row("go 0; wait 90; subtract", "01:30 normal running");
+        row("go 0; wait 90; pause; wait 9; pause; wait 1", "01:31 normal running");
+        row("go 0; adjust -9223372036854775808", "153722867280912930:08 normal running");
+        row("go 0; wait 90; go 70", "01:10 amber running");
+    }
+    void countsUp() { checkRow(); }
+
+    void thresholds_data()
+    {
+        addColumns();
+        row("go 301", "05:01 normal running");
+        row("go 300", "05:00 amber running");
+        row("go 61", "01:01 amber running");
+        row("go 60", "01:00 red running");
+        row("colors off; go 30", "00:30 normal running");
+        row("colors off; go 30; wait 31", "00:00 normal idle");
+        row("colors off; rearm -30", "-00:30 red running");
+        row("amber 60; red 300; go 300", "05:00 red running");
+        row("amber 60; red 300; go 301", "05:01 normal running");
+        row("amber 0; red -1; rearm 0", "00:00 amber running");
+        row("amber -1; red -1; rearm 0", "00:00 normal running");
+        row("amber -9; red -9; rearm -1", "-00:01 red running");
+        row("go 100; red 100; tick", "01:40 red running");
+    }
+    void thresholds() { checkRow(); }
+
+    void thresholdColors()
+    {
+        Stage stage;
+        stage.settings.textColor = RGBColor {.r = 0.1};
+        stage.settings.amberColor = RGBColor {.r = 0.2};
+        stage.settings.redColor = RGBColor {.r = 0.3};
+        QCOMPARE(color(TimeThreshold::normal, stage.settings).r, 0.1);
+        QCOMPARE(color(TimeThreshold::amber, stage.settings).r, 0.2);
+        QCOMPARE(color(TimeThreshold::red, stage.settings).r, 0.3);
+        stage.settings.useThresholdColors = false;
+        QCOMPARE(color(TimeThreshold::amber, stage.settings).r, 0.1);
+        QCOMPARE(color(TimeThreshold::red, stage.settings).r, 0.1);
+    }
+
+    void finishes_data()
+    {
+        addColumns();
+        row("go 10; wait 10.999999", "00:00 red running", "running");
+        row("go 10; wait 11; wait 1", "00:00 red idle", "running finish idle");
+        row("countUp on; go 10; wait 11; wait 1", "-00:02 red running", "running finish");
+        // A loop comes before the next cue, which comes before overtime.
+        row("loop on; countUp on; next on; cue 10; wait 11", "00:10 red running", "running finish");
+        row("countUp on; next on; cue 10; wait 11", "00:20 red running", "running finish ask");
+        row("countUp on; cue 10; wait 11; wait 1", "-00:02 red running", "running finish ask");
+        row("cue 10; wait 11", "00:00 red idle", "running finish ask idle");
+        row("next on; cue 10; go 10; wait 11", "00:00 red idle", "running finish idle");
+
+        row("loop on; go 10; wait 11; wait 11", "00:10 red running", "running finish finish");
+        row("loop on; go 10; wait 35.5; wait 0.999999", "00:10 red running");
+        row("loop on; go 10; set 120; wait 11", "02:00 amber running");
+        row("loop on; go 10; set 0; wait 11; wait 1", "00:00 red running", "running finish finish");
+        row("loop on; next on; cue 10; wait 11; loop off; wait 11", "00:20 red running",
+            "running finish finish ask");
+        row("loop on; go 10; stop; go 10; wait 11", "00:00 red idle",
+            "running idle running finish idle");
+
+        // What was decided at zero stays decided, until time is added up to zero at least.
+        row("countUp on; go 10; wait 11; countUp off; wait 1", "-00:02 red running",
+            "running finish");
+        row("countUp on; go 10; wait 11; loop on; wait -5; wait 5", "-00:01 red running",
+            "running finish");
+        row("countUp on; go 10; wait 71; loop on; add; wait 1", "-00:02 red running",
+            "running finish");
+        row("countUp on; go 10; wait 70; countUp off; add; wait 1", "00:00 red idle",
+            "running finish finish idle");
+
+        // Resuming overtime decides again.
+        row("countUp on; go 10; wait 15; pause; wait 9; pause", "-00:05 red running");
+        row("countUp on; go 10; wait 15; pause; pause; tick", "-00:05 red running",
+            "running finish paused running finish");
+        row("countUp on; go 10; wait 15; countUp off; pause; pause; tick", "00:00 red idle",
+            "running finish paused running finish idle");
+        row("countUp on; go 10; wait 15; loop on; pause; pause; tick", "00:10 red running",
+            "running finish paused running finish");
+        row("countUp on; cue 10; wait 15; next on; pause; pause; tick", "00:20 red running",
+            "running finish ask paused running finish ask");
+    }
+    void finishes() { checkRow(); }
+
+    void finishesWithoutListeners()
+    {
+        Stage stage;
+        stage.engine.onFinish = nullptr;
+        stage.engine.autoAdvanceHandler = nullptr;
+        stage.play("cue 10; wait 11");
+        QCOMPARE(stage.shown(), QByteArray("00:00 red idle"));
+        QCOMPARE(stage.engine.remaining(), 0);
+    }
+
+    void requests_data()
+    {
+        addColumns();
+        row("go 300; wait 1.9; pause; wait 3600", "04:59 amber paused");
+        row("go 300; wait 1.9; pause; wait 9; pause; wait 0.999999", "04:59 amber running");
+        row("go 300; miss 1; pause; pause", "05:00 amber running");
+        row("go 300; wait 9; pause; start", "05:00 amber running");
+        row("set 300; pause", "00:00 normal idle", "");
+        row("clock on; pause", "00:00:00 normal clock", "clock");
+
+        row("go 250; wait 1.9; add; wait 0.999999", "05:09 normal running");
+        row("go 250; pause; add; wait 9", "05:10 normal paused");
+        row("go 250; pause; add; pause; wait 1", "05:09 normal running");
+        row("rearm -5; add", "00:55 red running");
+        row("go 300; stop; add", "00:00 normal idle");
+        row("go 300; clock on; add", "00:00:00 normal clock");
+
+        row("go 300; wait 1.9; subtract; wait 0.999999", "03:59 amber running");
+        row("go 61; subtract", "00:01 red running");
+        row("go 60; subtract", "01:00 red running");
+        row("go 61; pause; subtract", "00:01 red paused");
+        row("go 60; pause; subtract", "01:00 red paused");
+        row("rearm -90; subtract", "-01:30 red running");
+        row("go 300; clock on; subtract", "00:00:00 normal clock");
+
+        row("go 300; wait 1; stop; wait 1", "00:00 normal idle", "running idle");
+        row("go 300; pause; stop; pause", "00:00 normal idle");
+        row("countUp on; go 9; wait 20; stop; wait 1", "00:00 normal idle");
+        row("go 9; wait 10; stop", "00:00 normal idle");
+        row("clock on; stop; wait 1", "00:00 normal idle", "clock idle");
+        // Nothing of the run is left but the set time.
+        row("go 300; wait 9; stop; start", "05:00 amber running");
+        row("go 300; stop; adjust 5", "00:05 red idle");
+        row("go 0; wait 90; stop; rearm 90", "01:30 amber running");
+        row("next on; cue 10; stop; rearm 10; wait 11", "00:00 red idle",
+            "running idle running finish idle");
+    }
+    void requests() { checkRow(); }
+
+    void clock_data()
+    {
+        addColumns();
+        row("wait 3723; clock on", "01:02:03 normal clock");
+        row("wait 3723.5; clock on", "01 02 03 normal clock");
+        row("clock on; wait 3723.499999", "01:02:03 normal clock");
+        row("clock on; wait 3723.5", "01 02 03 normal clock");
+        row("clock on; wait 3723.999999", "01 02 03 normal clock");
+        row("rearm -5; clock on", "00:00:00 normal clock");
+        // The countdown ends with it.
+        row("go 10; clock on; wait 11", "00:00:11 normal clock", "running clock");
+        row("go 10; clock on; clock off; wait 11", "00:00 normal idle", "running clock idle");
+        row("clock on; go 300", "05:00 amber running", "clock idle running");
+        row("clock on; clock on; exitClock", "00:00 normal idle", "clock idle");
+        row("go 300; clock off; exitClock", "05:00 amber running", "running");
+    }
+    void clock() { checkRow(); }
+
+    void clockFollowsTheLocale()
+    {
+        QCOMPARE(localTimes["C"], QByteArray("14:05"));
+        QCOMPARE(localTimes["de_DE.UTF-8"], QByteArray("14:05"));
+        QCOMPARE(localTimes["en_US.UTF-8"], QByteArray("2:05 PM"));
+    }
+
+    void overlays_data()
+    {
+        addColumns();
+        row("message Hi", "00:00 normal idle [Hi]");
+        row("message   Two  words\t", "00:00 normal idle [Two  words]");
+        row("message \u00a0\u2003\u2028Hi\u0085", "00:00 normal idle [Hi]");
+        row("message Hi; message    ", "00:00 normal idle");
+        row("message Hi; noMessage", "00:00 normal idle");
+        row("blackout; blackout", "00:00 normal idle");
+        // They outlive everything but a reset.
+        row("message Hi; blackout; strobe; go 1; wait 2; clock on; stop",
+            "00:00 normal idle [Hi] black lit");
+        row("message Hi; blackout; strobe; go 300; reset", "00:00 normal idle");
+        row("loop on; clock on; reset; go 10; wait 11", "00:00 red idle",
+            "clock idle running finish idle");
+    }
+    void overlays() { checkRow(); }
+
+    void strobes()
+    {
+        Stage stage;
+        const auto strobeAndTick = [&](int ticks) {
+            QString lit;
+            stage.engine.strobe();
+            for (int i = 0; i <= ticks; ++i) {
+                lit += stage.engine.snapshot.value().strobe ? u'*' : u'-';
+                stage.engine.strobeTick();
+            }
+            return lit;
+        };
+        QCOMPARE(strobeAndTick(10), u"*-*-*-*-*--"_s);
+        QCOMPARE(stage.engine.strobeCount, 1);
+        // Begun anew from the dark half and from the lit one.
+        QCOMPARE(strobeAndTick(2), u"*-*"_s);
+        QCOMPARE(strobeAndTick(3), u"*-*-"_s);
+        QCOMPARE(strobeAndTick(10), u"*-*-*-*-*--"_s);
+        QCOMPARE(stage.engine.strobeCount, 4);
+    }
+
+    void publishesOnlyChanges()
+    {
+        Stage stage;
+        const auto publicationsOf = [&](const char* script, int times = 1) {
+            stage.publications = 0;
+            for (int i = 0; i < times; ++i)
+                stage.play(script);
+            return stage.publications;
+        };
+        stage.play("go 302");
+        QCOMPARE(publicationsOf("wait 0.1", 9), 0);
+        QCOMPARE(publicationsOf("wait 0.1"), 1);
+        QCOMPARE(publicationsOf("wait 0.1", 9), 0);
+        QCOMPARE(publicationsOf("wait 0.1"), 2); // the text, and amber
+        QCOMPARE(publicationsOf("wait 0.1", 30), 3);
+        QCOMPARE(publicationsOf("pause; wait 5; pause"), 0);
+        stage.play("clock on");
+        QCOMPARE(publicationsOf("wait 0.1", 30), 6);
+        QCOMPARE(publicationsOf("stop"), 1);
+        QCOMPARE(publicationsOf("stop"), 0);
+        QCOMPARE(publicationsOf("reset"), 0);
+        QCOMPARE(publicationsOf("message Hi", 2), 1);
+        QCOMPARE(publicationsOf("message  Hi "), 0);
+    }
+
+    void timersDriveTheEngine()
+    {
+        Stage stage;
+        stage.play("go 300; miss 1");
+        QTRY_COMPARE(stage.shown(), QByteArray("04:59 amber running"));
+        stage.play("pause; pause; miss 1");
+        QTRY_COMPARE(stage.shown(), QByteArray("04:58 amber running"));
+        stage.play("clock on; miss 0.5");
+        QTRY_COMPARE(stage.shown(), QByteArray("00 00 02 normal clock"));
+    }
+
+    void strobeTimerRunsUntilReset()
+    {
+        Stage reset;
+        Stage other;
+        reset.engine.strobe();
+        reset.engine.reset();
+        reset.publications = 0;
+        // The other's whole strobe is time enough for a timer that was left running to show.
+        other.engine.strobe();
+        QTRY_COMPARE(other.publications, 10);
+        QCOMPARE(reset.publications, 0);
+    }
+
+private:
+    static inline QHash<QByteArray, QByteArray> localTimes;
 };
 
 QTEST_GUILESS_MAIN(TimerEngineTest)

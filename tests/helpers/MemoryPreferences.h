@@ -7,7 +7,7 @@
 /// Preferences that live as long as the test, and count what is written to them.
 class MemoryPreferences final : public Preferences {
 public:
-    std::optional<QByteArray> data(const QString& key) const override
+    [[nodiscard]] std::optional<QByteArray> data(const QString& key) const override
     {
         return documents.contains(key) ? std::optional(documents[key]) : std::nullopt;
     }
@@ -18,7 +18,7 @@ public:
         ++writes;
     }
 
-    std::optional<QString> text(const QString& key) const override
+    [[nodiscard]] std::optional<QString> text(const QString& key) const override
     {
         return texts.contains(key) ? std::optional(texts[key]) : std::nullopt;
     }
