@@ -56,11 +56,15 @@ bool isAscii(QStringView text)
     return std::ranges::all_of(text, [](QChar c) { return c.unicode() < 0x80; });
 }
 
-/// The upper-case copy that keywords are looked for in, in a form in which texts that differ
-/// only in how their characters are composed are equal.
+/// No keyword or prefix is longer, however its characters are composed. What lies behind has no
+/// part in finding one, and normalizing it could take seconds.
+constexpr qsizetype longestKey = 32;
+
+/// The upper-case copy of the line's head that keywords are looked for in, in a form in which
+/// texts that differ only in how their characters are composed are equal.
 QString keyOf(QStringView line)
 {
-    QString key = line.toString().toUpper();
+    QString key = line.first(std::min(line.size(), longestKey)).toString().toUpper();
     return isAscii(key) ? key : key.normalized(QString::NormalizationForm_D);
 }
 
@@ -186,6 +190,13 @@ QString describe(double value)
     return text;
 }
 
+/// Line and paragraph separators would break the line that the text is quoted in.
+bool isControl(QChar c)
+{
+    return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line
+        || c.category() == QChar::Separator_Paragraph;
+}
+
 QString describe(const QString& text)
 {
     QString quoted = u"\""_s;
@@ -198,7 +209,7 @@ QString describe(const QString& text)
             quoted += u"\\r";
         else if (c == u'\t')
             quoted += u"\\t";
-        else if (c.category() == QChar::Other_Control)
+        else if (isControl(c))
             quoted += u"\\u{%1}"_s.arg(c.unicode(), 2, 16, QLatin1Char('0'));
         else
             quoted += c;
@@ -215,7 +226,7 @@ std::optional<Command> Command::parse(QStringView text)
         return std::nullopt;
     const QString key = keyOf(line);
     for (const auto& [keyword, action] : keywords) {
-        if (key == keyword)
+        if (key == keyword && line.size() <= longestKey)
             return Command {action};
     }
     for (const auto& [prefix, parsePayload] : prefixes) {

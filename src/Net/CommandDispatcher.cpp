@@ -28,9 +28,8 @@ void CommandDispatcher::perform(const Command::Message& message)
 
 void CommandDispatcher::perform(const Command::Cue& cue)
 {
-    const qint64 index = checkedSubtract(cue.number, 1, "a cue's index");
     if (cues)
-        cues->load(index);
+        cues->load(checkedSubtract(cue.number, 1, "a cue's index"));
 }
 
 void CommandDispatcher::perform(Command::Action action)

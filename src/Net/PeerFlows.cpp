@@ -1,10 +1,13 @@
 #include "Net/PeerFlows.h"
 
+#include <limits>
+
 bool PeerFlows::insert(const DatagramPeer& peer)
 {
     // A table uses the low bits of the same hash, so the high ones choose among the tables.
     const size_t hash = qHash(peer, QHashSeed::globalSeed());
-    QSet<DatagramPeer>& shard = m_index[hash >> 32 & (shardCount - 1)];
+    QSet<DatagramPeer>& shard =
+        m_index[(hash >> (std::numeric_limits<size_t>::digits / 2)) % shardCount];
     const auto sizeBefore = shard.size();
     shard.insert(peer);
     if (shard.size() == sizeBefore)

@@ -130,7 +130,7 @@ private Q_SLOTS:
                 u"SET\u2003\u30005 | set(minutes: 5.0)", u"CUE\u202f3 | cue(3)"});
         addMessages("space inside",
             {u"MSG\u3000a\u00a0 | a", u"MSG \n a | \\n a", u"MSG\r\na | \\r\\na",
-                u"MSG\u2029a | \u2029a"});
+                u"MSG\u2029a | \\u{2029}a"});
         addNonCommands("space inside",
             {u"SET\n5", u"GO\t\n5", u"GO\r\n5", u"GO\v5", u"GO \f5", u"GO\u00855", u"GO\u20285",
                 u"CUE\n3", u"PA USE"});
