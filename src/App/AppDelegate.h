@@ -32,6 +32,9 @@ public:
     void applicationDidFinishLaunching();
     /// The shutdown, whatever asked the program to quit.
     void applicationWillTerminate();
+    /// After the event loop: false when a sound server hangs and the process must not wait for
+    /// anything any more (see SoundPlayer::finish).
+    [[nodiscard]] bool finish() { return m_soundPlayer.finish(); }
 
     [[nodiscard]] const std::optional<UDPServer>& udpServer() const { return m_udpServer; }
     /// 0 while the displays may sleep.

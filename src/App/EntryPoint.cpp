@@ -1,4 +1,5 @@
 #include "App/AppDelegate.h"
+#include "Platform/ProcessSetup.h"
 #include "Platform/TerminationSignals.h"
 #include "Support/ControlLog.h"
 #include "Support/SystemPreferences.h"
@@ -6,12 +7,14 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <cstdlib>
+
 using namespace Qt::StringLiterals;
 
 int main(int argc, char* argv[])
 {
+    prepareProcess();
     installLogOutput();
-    ignoreBrokenPipes();
 
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Tarrow"_s);
@@ -19,14 +22,14 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
 
-    // Where the program's own modules lie once it is installed.
-    QApplication::addLibraryPath(QApplication::applicationDirPath() + u"/../lib/tarrow"_s);
-
     SystemPreferences preferences;
     AppDelegate delegate(preferences);
     const TerminationSignals terminationSignals([] { QApplication::quit(); });
     QObject::connect(&application, &QApplication::aboutToQuit, &application,
         [&delegate] { delegate.applicationWillTerminate(); });
     QTimer::singleShot(0, &application, [&delegate] { delegate.applicationDidFinishLaunching(); });
-    return QApplication::exec();
+    const int exitCode = QApplication::exec();
+    if (!delegate.finish())
+        std::quick_exit(exitCode);
+    return exitCode;
 }

@@ -3,9 +3,13 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QLocalServer>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -35,6 +39,7 @@ class ProgramTest : public QObject {
 private Q_SLOTS:
     void obeysDatagrams();
     void followGoesOnToTheNextCue();
+    void goesOnWhileTheSoundServerHangs();
     void stopsOnACommandThatIsFatal_data();
     void stopsOnACommandThatIsFatal();
     void endsOnSignals_data();
@@ -43,6 +48,7 @@ private Q_SLOTS:
     void holdsThePortWithinItsRange();
     void keepsTheDisplaysAwakeUntilItEnds();
     void outlivesTheReaderOfItsLog();
+    void startsWithItsStreamsClosed();
 };
 
 void ProgramTest::obeysDatagrams()
@@ -79,6 +85,26 @@ void ProgramTest::followGoesOnToTheNextCue()
     program.send("CUE 3");
     QVERIFY(program.waitForLog("Tarrow: failed to play finalBuzzer.wav: "));
     QTRY_COMPARE_WITH_TIMEOUT(program.log().count("Tarrow: failed to play"), 2, 10'000);
+}
+
+void ProgramTest::goesOnWhileTheSoundServerHangs()
+{
+    const QTemporaryDir folder;
+    QLocalServer silent;
+    QVERIFY(silent.listen(folder.filePath(u"pulse"_s)));
+    RunningProgram program;
+    program.environment().insert(u"PULSE_SERVER"_s, u"unix:"_s + silent.fullServerName());
+    program.setStored(
+        settingsKey, RunningProgram::settingsDocument({{u"playFinishSound"_s, true}}));
+    QVERIFY(program.start());
+
+    program.send("GO 0.01");
+    QVERIFY(silent.waitForNewConnection(10'000));
+    program.send("STOPTIME");
+    QVERIFY(program.waitForLog("command stop"));
+    program.process().terminate();
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
 }
 
 void ProgramTest::stopsOnACommandThatIsFatal_data()
@@ -191,6 +217,22 @@ void ProgramTest::outlivesTheReaderOfItsLog()
     program.process().terminate();
     QVERIFY(program.waitForEnd());
     QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+}
+
+/// The listener must not get the number of a closed stream: what is written there would go out to
+/// the network, or come in as a command.
+void ProgramTest::startsWithItsStreamsClosed()
+{
+    RunningProgram program;
+    program.process().setChildProcessModifier([] {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+    });
+    QVERIFY(program.start());
+    for (const char* stream : {"0", "1"})
+        QCOMPARE(QFile::symLinkTarget(u"/proc/%1/fd/%2"_s.arg(program.process().processId())
+                                          .arg(QLatin1StringView(stream))),
+            u"/dev/null"_s);
 }
 
 QTEST_GUILESS_MAIN(ProgramTest)

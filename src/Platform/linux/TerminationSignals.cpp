@@ -32,11 +32,16 @@ void wakeUp(int)
     errno = error;
 }
 
-void installHandlers()
+bool isIgnored(int signal)
 {
-    // One shot: until the loop has seen the signal, the next of its kind is deadly.
-    for (const int signal : handledSignals)
-        setAction(signal, wakeUp, SA_RESTART | static_cast<int>(SA_RESETHAND));
+    struct sigaction action { };
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/// Good for one signal: until the loop has seen it, the next one is deadly.
+void installInterruptHandler()
+{
+    setAction(SIGINT, wakeUp, SA_RESTART | static_cast<int>(SA_RESETHAND));
 }
 
 } // namespace
@@ -47,7 +52,10 @@ TerminationSignals::TerminationSignals(std::function<void()> onTermination)
     wakeUpDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     m_notifier = std::make_unique<QSocketNotifier>(wakeUpDescriptor, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] { handle(); });
-    installHandlers();
+    installInterruptHandler();
+    setAction(SIGTERM, wakeUp, SA_RESTART);
+    if (!isIgnored(SIGHUP))
+        setAction(SIGHUP, wakeUp, SA_RESTART);
 }
 
 TerminationSignals::~TerminationSignals()
@@ -62,11 +70,6 @@ void TerminationSignals::handle()
 {
     quint64 count = 0;
     [[maybe_unused]] const auto taken = read(wakeUpDescriptor, &count, sizeof count);
-    installHandlers();
+    installInterruptHandler();
     m_onTermination();
-}
-
-void ignoreBrokenPipes()
-{
-    setAction(SIGPIPE, SIG_IGN, 0);
 }

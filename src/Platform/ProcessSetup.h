@@ -1,0 +1,8 @@
+#pragma once
+
+/// What must hold for the process before anything else happens; the first call in main.
+///
+/// The three standard streams are open, if only to nowhere: a socket that got the number of a
+/// closed one would receive what is meant for it. A reader of our output that goes away does not
+/// take the program with it.
+void prepareProcess();
