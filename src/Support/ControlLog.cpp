@@ -62,7 +62,7 @@ private:
     bool tellDropped()
     {
         const QByteArray notice = (m_lineIsCut ? "\n" : "") + QByteArray::number(m_dropped)
-            + " log lines dropped: standard error was not being read\n";
+            + " log lines dropped: standard error took no more\n";
         if (!writeAll(notice, 0))
             return false;
         m_dropped = 0;
@@ -124,8 +124,8 @@ private:
 
 void writeMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
-    // Messages come from every thread, and may come while the program's statics are destroyed.
-    static std::mutex& mutex = *new std::mutex;
+    // Messages come from every thread.
+    static std::mutex mutex;
     static TimeStamp timeStamp;
     static LineWriter writer;
 
@@ -139,7 +139,7 @@ void writeMessage(QtMsgType type, const QMessageLogContext& context, const QStri
         line += context.category;
     }
     line += ": ";
-    line += message.toUtf8();
+    line += message.toUtf8().replace('\n', "\\n");
     line += '\n';
     writer.write(line);
 }

