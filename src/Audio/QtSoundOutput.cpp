@@ -3,6 +3,7 @@
 #include <QAudioDevice>
 #include <QMediaDevices>
 #include <QSoundEffect>
+#include <QThread>
 
 #include <memory>
 
@@ -21,6 +22,10 @@ public:
             onFailure(u"there is no audio output"_s);
             return;
         }
+        // The audio library ends before this module does, and an effect does not outlive it.
+        connect(
+            QThread::currentThread(), &QThread::finished, this, [this] { m_effect.reset(); },
+            Qt::DirectConnection);
         m_effect = std::make_unique<QSoundEffect>(device);
         connect(m_effect.get(), &QSoundEffect::statusChanged, this,
             [this, onFailure = std::move(onFailure)] {

@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocalServer>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -39,6 +40,7 @@ class ProgramTest : public QObject {
 private Q_SLOTS:
     void obeysDatagrams();
     void followGoesOnToTheNextCue();
+    void playsTheFinishSound();
     void goesOnWhileTheSoundServerHangs();
     void stopsOnACommandThatIsFatal_data();
     void stopsOnACommandThatIsFatal();
@@ -85,6 +87,51 @@ void ProgramTest::followGoesOnToTheNextCue()
     program.send("CUE 3");
     QVERIFY(program.waitForLog("Tarrow: failed to play finalBuzzer.wav: "));
     QTRY_COMPARE_WITH_TIMEOUT(program.log().count("Tarrow: failed to play"), 2, 10'000);
+}
+
+void ProgramTest::playsTheFinishSound()
+{
+    const QTemporaryDir folder;
+    const QString address = u"unix:"_s + folder.filePath(u"sound-server"_s);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : {u"HOME"_s, u"XDG_RUNTIME_DIR"_s, u"XDG_CONFIG_HOME"_s})
+        environment.insert(name, folder.path());
+    environment.insert(u"PULSE_SERVER"_s, address);
+
+    QProcess server;
+    server.setProcessEnvironment(environment);
+    server.start(u"pulseaudio"_s,
+        {u"-n"_s, u"--daemonize=no"_s, u"--exit-idle-time=-1"_s, u"-L"_s,
+            u"module-null-sink sink_name=silence"_s, u"-L"_s,
+            u"module-native-protocol-unix auth-anonymous=1 socket="_s
+                + folder.filePath(u"sound-server"_s)});
+    const auto endServer = qScopeGuard([&] {
+        server.kill();
+        server.waitForFinished();
+    });
+    QTRY_VERIFY(QFileInfo::exists(folder.filePath(u"sound-server"_s)));
+    QProcess recorder;
+    recorder.setProcessEnvironment(environment);
+    recorder.start(u"parec"_s, {u"-d"_s, u"silence.monitor"_s, u"--latency-msec=50"_s});
+    const auto endRecorder = qScopeGuard([&] {
+        recorder.kill();
+        recorder.waitForFinished();
+    });
+    QTRY_VERIFY2(recorder.bytesAvailable() > 0,
+        (recorder.readAllStandardError() + server.readAllStandardError()).constData());
+
+    RunningProgram program;
+    program.environment().insert(u"PULSE_SERVER"_s, address);
+    program.setStored(
+        settingsKey, RunningProgram::settingsDocument({{u"playFinishSound"_s, true}}));
+    QVERIFY(program.start());
+    program.send("GO 0.01");
+    QByteArray sound;
+    QTRY_VERIFY_WITH_TIMEOUT((sound += recorder.readAll()).count('\0') < sound.size(), 20'000);
+    program.process().terminate();
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QVERIFY(!program.log().contains("failed to play"));
 }
 
 void ProgramTest::goesOnWhileTheSoundServerHangs()
