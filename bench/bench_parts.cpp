@@ -17,9 +17,15 @@ namespace {
 
 class NoPreferences final : public Preferences {
 public:
-    std::optional<QByteArray> data(const QString&) const override { return std::nullopt; }
+    [[nodiscard]] std::optional<QByteArray> data(const QString&) const override
+    {
+        return std::nullopt;
+    }
     void setData(const QString&, const QByteArray&) override { }
-    std::optional<QString> text(const QString&) const override { return std::nullopt; }
+    [[nodiscard]] std::optional<QString> text(const QString&) const override
+    {
+        return std::nullopt;
+    }
     void setText(const QString&, const QString&) override { }
 };
 

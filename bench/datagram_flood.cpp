@@ -52,9 +52,9 @@ long flood(int port, std::string& text, double seconds)
 
 long burst(int port, const std::string& text, int peers, int count)
 {
-    std::vector<int> sockets;
-    for (int i = 0; i < peers; ++i)
-        sockets.push_back(connectedSocket(port));
+    std::vector<int> sockets(static_cast<size_t>(peers));
+    for (int& descriptor : sockets)
+        descriptor = connectedSocket(port);
     long sent = 0;
     for (int i = 0; i < count; ++i) {
         const int descriptor = sockets[static_cast<size_t>(i) % sockets.size()];

@@ -85,10 +85,11 @@ void AppDelegate::startUDPServer()
     const quint16 port = clampedPort(settings.udpPort);
     m_udpServer.emplace(port, [this](const Command& command) { m_dispatcher->dispatch(command); });
     m_udpServer->start();
-    if (QGuiApplication::platformName() == u"offscreen")
+    if (QGuiApplication::platformName() == u"offscreen") {
         qCInfo(controlLog, "No display: running on Qt's offscreen platform, UDP port %d%s",
             m_udpServer->isListening() ? m_udpServer->boundPort() : port,
             m_udpServer->isListening() ? "" : ", which cannot be listened on");
+    }
 }
 
 void AppDelegate::takeSleepAssertion()

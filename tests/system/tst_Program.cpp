@@ -22,12 +22,13 @@ const QString cuesKey = u"TarrowCues.v1"_s;
 QByteArray runningOrder(const QList<int>& seconds)
 {
     QJsonArray cues;
-    for (const int duration : seconds)
+    for (const int duration : seconds) {
         cues.append(QJsonObject {
             {u"id"_s, u"6F9619FF-8B86-D011-B42D-00C04FC964F%1"_s.arg(cues.size())},
             {u"title"_s, u"Cue"_s},
             {u"seconds"_s, duration},
         });
+    }
     return QJsonDocument(cues).toJson(QJsonDocument::Compact);
 }
 
@@ -276,10 +277,9 @@ void ProgramTest::startsWithItsStreamsClosed()
         close(STDOUT_FILENO);
     });
     QVERIFY(program.start());
-    for (const char* stream : {"0", "1"})
-        QCOMPARE(QFile::symLinkTarget(u"/proc/%1/fd/%2"_s.arg(program.process().processId())
-                                          .arg(QLatin1StringView(stream))),
-            u"/dev/null"_s);
+    const QString streams = u"/proc/%1/fd/%2"_s.arg(program.process().processId());
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO})
+        QCOMPARE(QFile::symLinkTarget(streams.arg(stream)), u"/dev/null"_s);
 }
 
 QTEST_GUILESS_MAIN(ProgramTest)
