@@ -132,30 +132,30 @@ std::optional<qint64> integer(QStringView text)
     return value;
 }
 
+/// The operation with its payload, if there is one.
+template <typename Operation, typename Payload>
+std::optional<Command> commandWith(const std::optional<Payload>& payload)
+{
+    if (!payload)
+        return std::nullopt;
+    return Command {Operation {*payload}};
+}
+
 std::optional<Command> parseSet(QStringView text)
 {
-    const std::optional<double> minutes = number(text);
-    if (!minutes)
-        return std::nullopt;
-    return Command {Command::Set {*minutes}};
+    return commandWith<Command::Set>(number(text));
 }
 
 std::optional<Command> parseGo(QStringView text)
 {
     if (text.isEmpty())
         return Command {Action::start};
-    const std::optional<double> minutes = number(text);
-    if (!minutes)
-        return std::nullopt;
-    return Command {Command::Go {*minutes}};
+    return commandWith<Command::Go>(number(text));
 }
 
 std::optional<Command> parseCue(QStringView text)
 {
-    const std::optional<qint64> cue = integer(text);
-    if (!cue)
-        return std::nullopt;
-    return Command {Command::Cue {*cue}};
+    return commandWith<Command::Cue>(integer(text));
 }
 
 std::optional<Command> parseMessage(QStringView text)
