@@ -1,0 +1,41 @@
+#include "Support/Fonts.h"
+
+#include <QDirIterator>
+#include <QFontDatabase>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+void loadFonts()
+{
+    static const bool loaded = [] {
+        for (QDirIterator files(u":/fonts"_s); files.hasNext();)
+            QFontDatabase::addApplicationFont(files.next());
+        return true;
+    }();
+    Q_UNUSED(loaded)
+}
+
+QFont font(const QString& family, int pixelSize, QFont::Weight weight)
+{
+    loadFonts();
+    QFont font(family);
+    font.setPixelSize(pixelSize);
+    font.setWeight(weight);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    font.setStyleStrategy(QFont::PreferAntialias);
+    return font;
+}
+
+} // namespace
+
+QFont Fonts::system(int pixelSize, QFont::Weight weight)
+{
+    return font(u"Inter"_s, pixelSize, weight);
+}
+
+QFont Fonts::monospaced(int pixelSize, QFont::Weight weight)
+{
+    return font(u"JetBrains Mono"_s, pixelSize, weight);
+}
