@@ -19,7 +19,7 @@ struct DisplaySnapshot {
     QString timeText = QStringLiteral("00:00");
     TimeThreshold threshold = TimeThreshold::normal;
     /// Never empty or blank; absent when there is none.
-    std::optional<QString> message;
+    std::optional<QString> message = std::nullopt;
     /// Outputs show nothing but the background.
     bool isBlackout = false;
     /// The attention strobe is in its lit half.
