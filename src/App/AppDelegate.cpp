@@ -1,6 +1,8 @@
 #include "App/AppDelegate.h"
 
 #include "Support/ControlLog.h"
+#include "Windows/ConnectedDisplays.h"
+#include "Windows/OutputWindow.h"
 
 #include <QGuiApplication>
 #include <QWindow>
@@ -52,6 +54,7 @@ CueController& AppDelegate::cues()
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    createOutputRouter();
     installFinishSound();
     startDispatcher();
     startUDPServer();
@@ -64,6 +67,17 @@ void AppDelegate::applicationWillTerminate()
     if (m_sleepAssertionID != 0)
         m_sleepAssertion.release(m_sleepAssertionID);
     m_sleepAssertionID = 0;
+}
+
+void AppDelegate::createOutputRouter()
+{
+    m_messageAnimator.emplace(engine());
+    m_outputRouter.emplace(
+        settings, std::make_unique<ConnectedDisplays>(), [this](const ConnectedDisplay& display) {
+            return std::make_unique<OutputWindow>(
+                display, std::make_unique<OutputView>(engine(), settings, *m_messageAnimator));
+        });
+    m_outputRouter->enableConnectedExternalDisplays();
 }
 
 void AppDelegate::installFinishSound()

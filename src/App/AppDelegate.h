@@ -3,11 +3,13 @@
 #include "Audio/SoundPlayer.h"
 #include "Model/AppSettings.h"
 #include "Model/CueList.h"
+#include "Model/OutputRouter.h"
 #include "Model/TimerEngine.h"
 #include "Net/CommandDispatcher.h"
 #include "Net/UDPServer.h"
 #include "Platform/DisplaySleepAssertion.h"
 #include "Support/Preferences.h"
+#include "Views/MessageTransition.h"
 
 #include <optional>
 
@@ -41,6 +43,7 @@ public:
     [[nodiscard]] quint32 sleepAssertionID() const { return m_sleepAssertionID; }
 
 private:
+    void createOutputRouter();
     void installFinishSound();
     void startDispatcher();
     void startUDPServer();
@@ -49,6 +52,8 @@ private:
     // In the order of creation, so that each goes before what it points back at.
     Preferences& m_preferences;
     std::optional<TimerEngine> m_engine;
+    std::optional<MessageAnimator> m_messageAnimator;
+    std::optional<OutputRouter> m_outputRouter;
     std::optional<CueController> m_cues;
     std::optional<CommandDispatcher> m_dispatcher;
     std::optional<UDPServer> m_udpServer;

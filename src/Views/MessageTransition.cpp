@@ -1,0 +1,85 @@
+#include "Views/MessageTransition.h"
+
+#include <QEasingCurve>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::chrono::microseconds duration = 300ms;
+
+double between(double from, double to, double progress)
+{
+    return from + (to - from) * progress;
+}
+
+} // namespace
+
+MessageTransition MessageTransition::settled(const std::optional<QString>& message)
+{
+    return {.coming = message, .presence = message ? 1.0 : 0.0};
+}
+
+MessageAnimator::MessageAnimator(TimerEngine& engine, Clock clock)
+    : m_engine(engine)
+    , m_clock(std::move(clock))
+    , m_message(engine.snapshot.value().message)
+    , m_start(MessageTransition::settled(m_message))
+    , m_snapshotNotifier(engine.snapshot.addNotifier([this] { begin(); }))
+{
+    m_frameTimer.setTimerType(Qt::PreciseTimer);
+    setFrameInterval(16ms);
+    connect(&m_frameTimer, &QTimer::timeout, this, &MessageAnimator::frame);
+}
+
+void MessageAnimator::setFrameInterval(std::chrono::milliseconds interval)
+{
+    m_frameTimer.setInterval(interval);
+}
+
+MessageTransition MessageAnimator::current() const
+{
+    if (!isRunning())
+        return MessageTransition::settled(m_message);
+    const double moved = progress();
+    return {
+        .leaving = m_start.coming,
+        .leavingOpacity = m_start.comingOpacity * (1 - moved),
+        .coming = m_message,
+        .comingOpacity = moved,
+        .presence = between(m_start.presence, m_message ? 1 : 0, moved),
+    };
+}
+
+void MessageAnimator::frame()
+{
+    if (progress() >= 1)
+        m_frameTimer.stop();
+    Q_EMIT moved();
+}
+
+void MessageAnimator::begin()
+{
+    const std::optional<QString>& message = m_engine.snapshot.value().message;
+    if (message == m_message)
+        return;
+    m_start = current();
+    m_message = message;
+    m_startedAt = m_clock();
+    m_frameTimer.start();
+    Q_EMIT moved();
+}
+
+double MessageAnimator::progress() const
+{
+    const auto elapsed = std::chrono::duration<double>(m_clock() - m_startedAt);
+    // A clock that is set back must not keep the message from arriving for hours.
+    const double share = elapsed / duration;
+    if (share < 0)
+        return 1;
+    static const QEasingCurve easeInOut(QEasingCurve::InOutSine);
+    return easeInOut.valueForProgress(std::min(share, 1.0));
+}

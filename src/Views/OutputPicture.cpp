@@ -1,0 +1,125 @@
+#include "Views/OutputPicture.h"
+
+#include "Support/Fonts.h"
+#include "Views/MessageLayout.h"
+
+#include <QCache>
+#include <QFontMetricsF>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr double timeShareWithMessage = 0.4;
+/// The time is measured at this size, and drawn at any by scaling the painter.
+constexpr int timeLayoutSize = 200;
+
+QColor toColor(const RGBColor& color)
+{
+    const auto component = [](double value) {
+        return static_cast<float>(std::clamp(value, 0.0, 1.0));
+    };
+    return QColor::fromRgbF(
+        component(color.r), component(color.g), component(color.b), component(color.a));
+}
+
+void paintTime(QPainter& painter, const QRectF& box, const QString& text)
+{
+    static const QFont font = Fonts::monospaced(timeLayoutSize, QFont::Medium);
+    static const QFontMetricsF metrics(font);
+
+    const double scale = timeFontSize(box.size()) / timeLayoutSize;
+    const QString shown = metrics.elidedText(text, Qt::ElideRight, box.width() / scale);
+    const double baseline = (metrics.ascent() - metrics.descent()) / 2;
+    painter.save();
+    painter.translate(box.center());
+    painter.scale(scale, scale);
+    painter.setFont(font);
+    painter.drawText(QPointF(-metrics.horizontalAdvance(shown) / 2, baseline), shown);
+    painter.restore();
+}
+
+int fitCount = 0;
+
+/// The layouts of the messages that are on screen, for each size at which they are shown. Fitting
+/// one takes as long as painting it.
+const MessageLayout& messageLayout(const QString& text, const QSizeF& size)
+{
+    using Key = std::pair<QString, std::pair<double, double>>;
+    constexpr int messagesInUse = 16;
+    static QCache<Key, MessageLayout> cache(messagesInUse);
+
+    const Key key(text, {size.width(), size.height()});
+    if (const MessageLayout* known = cache.object(key))
+        return *known;
+    ++fitCount;
+    const double largest = 0.26 * size.height();
+    auto layout = std::make_unique<MessageLayout>(text,
+        QSizeF(size.width() * 0.9, size.height() * (1 - timeShareWithMessage)), 0.05 * largest,
+        largest);
+    const MessageLayout& result = *layout;
+    cache.insert(key, layout.release());
+    return result;
+}
+
+void paintMessage(
+    QPainter& painter, const QSizeF& size, double top, const QString& text, double opacity)
+{
+    if (text.isEmpty() || opacity <= 0)
+        return;
+    painter.save();
+    painter.setOpacity(painter.opacity() * opacity);
+    messageLayout(text, size).draw(painter, QPointF(size.width() * 0.05, top));
+    painter.restore();
+}
+
+} // namespace
+
+OutputColors OutputColors::of(const AppSettings& settings, TimeThreshold threshold)
+{
+    return {.background = settings.backgroundColor, .text = color(threshold, settings)};
+}
+
+void paintOutput(QPainter& painter, const QSizeF& size, const DisplaySnapshot& snapshot,
+    const OutputColors& colors, const MessageTransition& transition)
+{
+    const QRectF bounds(QPointF(), size);
+    if (size.isEmpty())
+        return;
+    painter.save();
+    painter.setClipRect(bounds, Qt::IntersectClip);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    painter.fillRect(bounds, toColor(colors.background));
+    if (!snapshot.isBlackout) {
+        painter.setPen(toColor(colors.text));
+        const QRectF time = timeBox(size, transition.presence);
+        paintTime(painter, time, snapshot.timeText);
+        // The message moves in from below as the time makes room for it.
+        if (transition.leaving)
+            paintMessage(
+                painter, size, time.bottom(), *transition.leaving, transition.leavingOpacity);
+        if (transition.coming)
+            paintMessage(
+                painter, size, time.bottom(), *transition.coming, transition.comingOpacity);
+    }
+    if (snapshot.strobe)
+        painter.fillRect(bounds, Qt::white);
+    painter.restore();
+}
+
+QRectF timeBox(const QSizeF& size, double messagePresence)
+{
+    const double share = 1 - (1 - timeShareWithMessage) * messagePresence;
+    return {0, 0, size.width(), size.height() * share};
+}
+
+double timeFontSize(const QSizeF& box)
+{
+    return std::max(8.0, std::min(0.9 * box.height(), 0.92 * box.width() / 3.6));
+}
+
+int messageFitCount()
+{
+    return fitCount;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Model/DisplayState.h"
+#include "Views/MessageTransition.h"
+
+#include <QPainter>
+
+/// The colours of the audience picture at one moment.
+struct OutputColors {
+    RGBColor background;
+    /// Of the time and of the message.
+    RGBColor text;
+
+    bool operator==(const OutputColors&) const = default;
+
+    [[nodiscard]] static OutputColors of(const AppSettings& settings, TimeThreshold threshold);
+};
+
+/// Paints the audience picture into the rectangle from (0, 0) to `size`, in the painter's units.
+///
+/// The picture depends on nothing but the arguments: the same moment looks the same in every
+/// window, in the console's preview and on the network. Message and presence are the
+/// transition's, everything else is the snapshot's.
+void paintOutput(QPainter& painter, const QSizeF& size, const DisplaySnapshot& snapshot,
+    const OutputColors& colors, const MessageTransition& transition);
+
+/// Where the time is set: at the top, over the full width; of the full height while there is no
+/// message, and of 0.4 of it when the message is all there.
+[[nodiscard]] QRectF timeBox(const QSizeF& size, double messagePresence);
+
+/// The size of the time's font in a box; it depends on nothing but the box.
+[[nodiscard]] double timeFontSize(const QSizeF& box);
+
+/// How often a message has been fitted to its box since the start: for those who check that it
+/// does not happen with every frame.
+[[nodiscard]] int messageFitCount();

@@ -1,0 +1,92 @@
+#include "Windows/ConnectedDisplays.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+
+namespace {
+
+/// Qt makes a screen of its own when the last display goes, so that windows have a place to be.
+bool isPlaceholder(const QScreen& screen)
+{
+    return screen.name().isEmpty() || screen.geometry().isEmpty();
+}
+
+QString nameOf(const QScreen& screen)
+{
+    const QString name =
+        QStringList {screen.manufacturer(), screen.model()}.join(u' ').simplified();
+    return name.isEmpty() ? screen.name() : name;
+}
+
+/// The screen of the window that has the focus, otherwise the primary one.
+const QScreen* mainScreen()
+{
+    const QWindow* focused = QGuiApplication::focusWindow();
+    return focused ? focused->screen() : QGuiApplication::primaryScreen();
+}
+
+} // namespace
+
+ConnectedDisplays::ConnectedDisplays()
+{
+    const auto* application = qGuiApp;
+    QObject::connect(
+        application, &QGuiApplication::screenAdded, &m_context, [this](QScreen* screen) {
+            watch(screen);
+            changed();
+        });
+    QObject::connect(
+        application, &QGuiApplication::screenRemoved, &m_context, [this] { changed(); });
+    for (QScreen* screen : QGuiApplication::screens())
+        watch(screen);
+}
+
+QList<ConnectedDisplay> ConnectedDisplays::displays() const
+{
+    QList<ConnectedDisplay> displays;
+    const QScreen* main = mainScreen();
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (isPlaceholder(*screen))
+            continue;
+        const QRect frame = screen->geometry();
+        displays.append({
+            .info =
+                {
+                    .id = displayNumber(screen->name(), screen->manufacturer(), screen->model(),
+                        screen->serialNumber()),
+                    .name = nameOf(*screen),
+                    .width = frame.width(),
+                    .height = frame.height(),
+                    .isMain = screen == main,
+                },
+            .frame = frame,
+        });
+    }
+    return displays;
+}
+
+void ConnectedDisplays::watch(QScreen* screen)
+{
+    QObject::connect(screen, &QScreen::geometryChanged, &m_context, [this] { changed(); });
+}
+
+void ConnectedDisplays::changed() const
+{
+    if (onChange)
+        onChange();
+}
+
+quint32 displayNumber(const QString& connector, const QString& maker, const QString& model,
+    const QString& serialNumber)
+{
+    // FNV-1a, 32 bits: fixed for ever, because the number is stored.
+    quint32 hash = 2166136261;
+    for (const QString& part : {connector, maker, model, serialNumber}) {
+        for (const char byte : part.toUtf8() + '\0') {
+            hash ^= static_cast<quint8>(byte);
+            hash *= 16777619;
+        }
+    }
+    return hash;
+}

@@ -1,0 +1,57 @@
+#include "Windows/OutputWindow.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Wayland lets no program place a window; it is asked for a full-screen one on an output.
+bool windowsAreOursToPlace()
+{
+    return !QGuiApplication::platformName().startsWith(u"wayland"_s);
+}
+
+QScreen* screenAt(const QRect& frame)
+{
+    for (QScreen* screen : QGuiApplication::screens()) {
+        if (screen->geometry() == frame)
+            return screen;
+    }
+    return QGuiApplication::primaryScreen();
+}
+
+} // namespace
+
+OutputWindow::OutputWindow(const ConnectedDisplay& display, std::unique_ptr<OutputView> content)
+    : m_view(std::move(content))
+{
+    Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+        | Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus;
+    // A window manager would put panels and other full-screen windows above it, and keep it on one
+    // virtual desktop.
+    if (windowsAreOursToPlace())
+        flags |= Qt::BypassWindowManagerHint;
+    m_view->setWindowFlags(flags);
+    m_view->setAttribute(Qt::WA_ShowWithoutActivating);
+    // Nobody closes it but the router.
+    m_view->setAttribute(Qt::WA_QuitOnClose, false);
+    m_view->setWindowTitle(u"Tarrow — "_s + display.info.name);
+    cover(display);
+    if (windowsAreOursToPlace())
+        m_view->show();
+    else
+        m_view->showFullScreen();
+}
+
+OutputWindow::~OutputWindow() = default;
+
+void OutputWindow::cover(const ConnectedDisplay& display)
+{
+    m_view->setScreen(screenAt(display.frame));
+    m_view->setGeometry(display.frame);
+    if (windowsAreOursToPlace() && m_view->isVisible())
+        m_view->raise();
+}
