@@ -1,0 +1,264 @@
+#include "Views/OutputPicture.h"
+
+#include "Views/MessageLayout.h"
+#include "helpers/MemoryPreferences.h"
+
+#include <QImage>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr QSize fullHd {1920, 1080};
+constexpr RGBColor black {.r = 0, .g = 0, .b = 0};
+constexpr RGBColor white {.r = 1, .g = 1, .b = 1};
+
+QImage picture(const DisplaySnapshot& snapshot, OutputColors colors = {black, white},
+    const QSize& size = fullHd)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    paintOutput(painter, size, snapshot, colors, MessageTransition::settled(snapshot.message));
+    return image;
+}
+
+/// The smallest rectangle around what is not background, within `area`.
+QRect ink(const QImage& image, const QRect& area)
+{
+    const QRgb background = image.pixel(0, 0);
+    QRect bounds;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            if (image.pixel(x, y) != background)
+                bounds |= QRect(x, y, 1, 1);
+        }
+    }
+    return bounds;
+}
+
+bool isFilledWith(const QImage& image, QRgb color)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixel(x, y) != color)
+                return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+class OutputPictureTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sizesTheTimeByItsBox_data();
+    void sizesTheTimeByItsBox();
+    void centresTheTime_data();
+    void centresTheTime();
+    void cutsATimeThatIsTooWide();
+    void sharesTheRoomWithAMessage();
+    void movesTheMessageInFromBelow();
+    void blackoutAndStrobe();
+    void takesTheColorOfTheThreshold_data();
+    void takesTheColorOfTheThreshold();
+    void letsATranslucentBackgroundThrough();
+    void fitsAMessageOnce();
+    void fitsMessages_data();
+    void fitsMessages();
+};
+
+void OutputPictureTest::sizesTheTimeByItsBox_data()
+{
+    QTest::addColumn<QSizeF>("size");
+    QTest::addColumn<double>("presence");
+    QTest::addColumn<double>("expected");
+
+    QTest::newRow("full HD") << QSizeF(1920, 1080) << 0.0 << 0.92 * 1920 / 3.6;
+    QTest::newRow("with a message") << QSizeF(1920, 1080) << 1.0 << 388.8;
+    QTest::newRow("tall") << QSizeF(100, 1000) << 0.0 << 0.92 * 100 / 3.6;
+    QTest::newRow("wide") << QSizeF(5000, 100) << 0.0 << 90.0;
+    QTest::newRow("tiny") << QSizeF(20, 8) << 0.0 << 8.0;
+}
+
+void OutputPictureTest::sizesTheTimeByItsBox()
+{
+    QFETCH(QSizeF, size);
+    QFETCH(double, presence);
+    QFETCH(double, expected);
+    QVERIFY(qAbs(timeFontSize(timeBox(size, presence).size()) - expected) < 1e-9);
+}
+
+void OutputPictureTest::centresTheTime_data()
+{
+    QTest::addColumn<QSize>("size");
+
+    QTest::newRow("full HD") << fullHd;
+    QTest::newRow("tall") << QSize(600, 1000);
+    QTest::newRow("preview") << QSize(316, 178);
+}
+
+void OutputPictureTest::centresTheTime()
+{
+    QFETCH(QSize, size);
+
+    const QRect time =
+        ink(picture({.timeText = u"80:08"_s}, {black, white}, size), QRect({}, size));
+    const double fontSize = timeFontSize(size);
+    const QPointF centre = QRectF(time).center();
+    QVERIFY(qAbs(centre.x() - size.width() / 2.0) <= 0.005 * fontSize + 1);
+    QVERIFY(qAbs(centre.y() - size.height() / 2.0) <= 0.02 * fontSize + 1);
+    // Digits are 0.73 of the font's size high, and overshoot a little.
+    QVERIFY(qAbs(time.height() - 0.75 * fontSize) <= 0.02 * fontSize + 2);
+    // Five cells of 0.6, less the bearings at both ends.
+    QVERIFY(time.width() < 3.0 * fontSize && time.width() > 2.8 * fontSize);
+}
+
+void OutputPictureTest::cutsATimeThatIsTooWide()
+{
+    const QRect six = ink(picture({.timeText = u"-88:88"_s}), QRect({}, fullHd));
+    const QRect seven = ink(picture({.timeText = u"-888:88"_s}), QRect({}, fullHd));
+    // Not shrunk: the digits keep their height, and no glyph is sliced by the edge.
+    QCOMPARE(seven.height(), six.height());
+    QVERIFY(seven.left() > 0 && seven.right() < fullHd.width() - 1);
+    QVERIFY(picture({.timeText = u"-888:88"_s}) != picture({.timeText = u"-888:8"_s}));
+    // What is cut off is not seen at all.
+    QCOMPARE(picture({.timeText = u"-888:88"_s}), picture({.timeText = u"-888:81"_s}));
+}
+
+void OutputPictureTest::sharesTheRoomWithAMessage()
+{
+    const QImage image = picture({.timeText = u"05:00"_s, .message = u"Doors open"_s});
+    const int border = 432;
+    const QRect time = ink(image, QRect(0, 0, fullHd.width(), border));
+    const QRect message = ink(image, QRect(0, border, fullHd.width(), fullHd.height() - border));
+    QVERIFY(time.top() > 0 && time.bottom() < border - 10);
+    QVERIFY(message.top() > border && message.bottom() < fullHd.height());
+    QVERIFY(message.left() >= 96 && message.right() <= 1824);
+    QVERIFY(qAbs(message.center().x() - 960) <= 15);
+
+    const QImage empty = picture({.timeText = u"05:00"_s, .message = u""_s});
+    QCOMPARE(ink(empty, QRect({}, fullHd)), time);
+}
+
+void OutputPictureTest::movesTheMessageInFromBelow()
+{
+    const DisplaySnapshot snapshot {.timeText = u"05:00"_s, .message = u"Doors"_s};
+    QImage image(fullHd, QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&image);
+    paintOutput(painter, fullHd, snapshot, {black, white},
+        {.coming = u"Doors"_s, .comingOpacity = 0.5, .presence = 0.5});
+    painter.end();
+    // The time has 0.7 of the height, and the message begins below it, half as bright.
+    const QRect message = ink(image, QRect(0, 756, fullHd.width(), fullHd.height() - 756));
+    QVERIFY(!message.isEmpty());
+    int brightest = 0;
+    for (int x = message.left(); x <= message.right(); ++x)
+        brightest = std::max(brightest, qRed(image.pixel(x, message.center().y())));
+    QVERIFY(brightest > 120 && brightest < 136);
+}
+
+void OutputPictureTest::blackoutAndStrobe()
+{
+    DisplaySnapshot snapshot {.message = u"hidden"_s, .isBlackout = true};
+    const RGBColor blue {.r = 0, .g = 0, .b = 1};
+    QVERIFY(isFilledWith(picture(snapshot, {blue, white}), qRgb(0, 0, 255)));
+    snapshot.strobe = true;
+    QVERIFY(isFilledWith(picture(snapshot, {blue, white}), qRgb(255, 255, 255)));
+}
+
+void OutputPictureTest::takesTheColorOfTheThreshold_data()
+{
+    QTest::addColumn<TimeThreshold>("threshold");
+    QTest::addColumn<bool>("useThresholdColors");
+    QTest::addColumn<QRgb>("expected");
+
+    QTest::newRow("normal") << TimeThreshold::normal << true << qRgb(255, 255, 255);
+    QTest::newRow("amber") << TimeThreshold::amber << true << qRgb(255, 176, 0);
+    QTest::newRow("red") << TimeThreshold::red << true << qRgb(255, 59, 48);
+    QTest::newRow("red, switched off") << TimeThreshold::red << false << qRgb(255, 255, 255);
+}
+
+void OutputPictureTest::takesTheColorOfTheThreshold()
+{
+    QFETCH(TimeThreshold, threshold);
+    QFETCH(bool, useThresholdColors);
+    QFETCH(QRgb, expected);
+
+    MemoryPreferences preferences;
+    AppSettings settings(preferences);
+    settings.useThresholdColors = useThresholdColors;
+    const QImage image =
+        picture({.timeText = u"88:88"_s, .threshold = threshold, .message = u"HHHH"_s},
+            OutputColors::of(settings, threshold));
+    for (const auto& [top, height] : {std::pair(0, 432), std::pair(432, 648)}) {
+        const QRect area = ink(image, QRect(0, top, fullHd.width(), height));
+        int matching = 0;
+        for (int x = area.left(); x <= area.right(); ++x)
+            matching += image.pixel(x, area.center().y()) == expected ? 1 : 0;
+        QVERIFY(matching > 20);
+    }
+}
+
+void OutputPictureTest::letsATranslucentBackgroundThrough()
+{
+    const QImage image = picture({.isBlackout = true}, {{.r = 1, .g = 0, .b = 0, .a = 0.5}, white});
+    QVERIFY(qAbs(qAlpha(image.pixel(5, 5)) - 128) <= 1);
+}
+
+void OutputPictureTest::fitsAMessageOnce()
+{
+    const DisplaySnapshot snapshot {.message = u"A message of its own"_s};
+    (void)picture(snapshot);
+    const int before = messageFitCount();
+    (void)picture(snapshot);
+    QCOMPARE(messageFitCount(), before);
+    (void)picture(snapshot, {black, white}, fullHd / 2);
+    QCOMPARE(messageFitCount(), before + 1);
+}
+
+void OutputPictureTest::fitsMessages_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<bool>("isWhole");
+
+    const QString sentence = u"Please take your seats, the second half begins in five minutes. "_s;
+    QTest::newRow("a word") << u"Doors"_s << 1 << true;
+    QTest::newRow("a long word") << u"Donaudampfschifffahrtsgesellschaft"_s << 1 << true;
+    QTest::newRow("two lines") << u"one\ntwo"_s << 2 << true;
+    QTest::newRow("many lines") << u"1\n2\n3\n4\n5\n6"_s << 4 << false;
+    QTest::newRow("a sentence") << sentence.trimmed() << 4 << true;
+    QTest::newRow("a page") << sentence.repeated(200) << 4 << false;
+    QTest::newRow("no place to break") << QString(20'000, u'x') << 4 << false;
+    QTest::newRow("right to left")
+        << u"الرجاء الجلوس في مقاعدكم، يبدأ النصف الثاني بعد خمس دقائق"_s << 4 << true;
+    QTest::newRow("without spaces")
+        << u"请各位就座下半场将在五分钟后开始请各位就座下半场"_s << 3 << true;
+}
+
+void OutputPictureTest::fitsMessages()
+{
+    QFETCH(QString, text);
+    QFETCH(int, lines);
+    QFETCH(bool, isWhole);
+
+    const QSizeF box(1728, 648);
+    const MessageLayout layout(text, box, 0.05 * 280.8, 280.8);
+    QCOMPARE_LE(layout.lineCount(), lines);
+    QCOMPARE(layout.text().size() == text.size(), isWhole);
+    QCOMPARE(layout.text().endsWith(u'…'), !isWhole);
+    QVERIFY(QRectF(QPointF(-0.5, -0.5), box + QSizeF(1, 1)).contains(layout.textRect()));
+    QVERIFY(layout.fontSize() <= 280.8 && layout.fontSize() >= 0.05 * 280.8 - 1e-9);
+    if (!isWhole)
+        return;
+    // It could not have been larger.
+    const MessageLayout larger(text, box * 0.97, 0.05 * 280.8, 280.8);
+    QVERIFY(larger.fontSize() < layout.fontSize() || layout.fontSize() == 280.8);
+}
+
+QTEST_MAIN(OutputPictureTest)
+#include "tst_OutputPicture.moc"

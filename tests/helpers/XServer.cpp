@@ -1,0 +1,100 @@
+#include "helpers/XServer.h"
+
+#include <QFile>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto configuration = R"(
+Section "ServerFlags"
+    Option "AutoAddDevices" "false"
+EndSection
+Section "Device"
+    Identifier "device"
+    Driver "dummy"
+    VideoRam 256000
+EndSection
+Section "Monitor"
+    Identifier "monitor"
+    HorizSync 5-1000
+    VertRefresh 5-200
+EndSection
+Section "Screen"
+    Identifier "screen"
+    Device "device"
+    Monitor "monitor"
+    DefaultDepth 24
+    SubSection "Display"
+        Depth 24
+        Virtual 7680 4320
+    EndSubSection
+EndSection
+)";
+
+const QStringList modes[] {
+    {u"large"_s, u"173.00"_s, u"1920"_s, u"2048"_s, u"2248"_s, u"2576"_s, u"1080"_s, u"1083"_s,
+        u"1088"_s, u"1120"_s},
+    {u"small"_s, u"106.50"_s, u"1440"_s, u"1528"_s, u"1672"_s, u"1904"_s, u"900"_s, u"903"_s,
+        u"909"_s, u"934"_s},
+};
+
+/// Runs one of the X programs to its end, and gives what it prints.
+QString run(const QString& display, const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, QStringList {u"-display"_s, display} + arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+} // namespace
+
+XServer::XServer()
+{
+    QFile file(m_folder.filePath(u"xorg.conf"_s));
+    if (!file.open(QIODevice::WriteOnly) || file.write(configuration) < 0)
+        return;
+    file.close();
+    m_process.start(u"Xorg"_s,
+        {u"-displayfd"_s, u"1"_s, u"-config"_s, file.fileName(), u"-noreset"_s, u"-novtswitch"_s,
+            u"-sharevts"_s, u"-nolisten"_s, u"tcp"_s, u"-logfile"_s, m_folder.filePath(u"log"_s)});
+    while (m_process.waitForReadyRead() && !m_process.canReadLine()) { }
+    const QByteArray number = m_process.readLine().trimmed();
+    if (number.isEmpty())
+        return;
+    m_name = u':' + QString::fromLatin1(number);
+    for (const QStringList& mode : modes)
+        run(m_name, u"xrandr"_s, QStringList {u"--newmode"_s} + mode);
+    plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
+    run(m_name, u"xrandr"_s, {u"--output"_s, u"DUMMY0"_s, u"--primary"_s});
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DISPLAY"_s, m_name);
+    m_windowManager.setProcessEnvironment(environment);
+    m_windowManager.start(u"openbox"_s, {});
+    m_windowManager.waitForStarted();
+}
+
+XServer::~XServer()
+{
+    m_windowManager.terminate();
+    m_windowManager.waitForFinished();
+    m_process.terminate();
+    m_process.waitForFinished();
+}
+
+void XServer::plug(const QString& output, const QString& mode, const QString& position)
+{
+    run(m_name, u"xrandr"_s, {u"--addmode"_s, output, mode});
+    run(m_name, u"xrandr"_s, {u"--output"_s, output, u"--mode"_s, mode, u"--pos"_s, position});
+}
+
+void XServer::unplug(const QString& output)
+{
+    run(m_name, u"xrandr"_s, {u"--output"_s, output, u"--off"_s});
+}
+
+QString XServer::windowInfo(const QString& title) const
+{
+    return run(m_name, u"xwininfo"_s, {u"-name"_s, title});
+}

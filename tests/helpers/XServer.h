@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+/// An X server of the test's own, with a small window manager, and with displays that are plugged
+/// in and out: DUMMY0 at first, and more on request.
+class XServer {
+public:
+    XServer();
+    XServer(const XServer&) = delete;
+    XServer& operator=(const XServer&) = delete;
+    ~XServer();
+
+    /// False where there is no Xorg with the dummy driver.
+    [[nodiscard]] bool isRunning() const { return !m_name.isEmpty(); }
+    /// For the environment variable DISPLAY.
+    [[nodiscard]] QString name() const { return m_name; }
+
+    /// Plugs a display in, or changes its mode: "large" (1920 x 1080) or "small" (1440 x 900), at a
+    /// place of the desktop such as "1440x0".
+    void plug(const QString& output, const QString& mode, const QString& position);
+    void unplug(const QString& output);
+
+    /// The output of xwininfo for a window with this title, empty when there is none.
+    [[nodiscard]] QString windowInfo(const QString& title) const;
+
+private:
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    QProcess m_windowManager;
+    QString m_name;
+};
