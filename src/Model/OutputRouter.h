@@ -28,7 +28,9 @@ struct ScreenInfo {
 /// A connected display and where it lies on the desktop.
 struct ConnectedDisplay {
     ScreenInfo info;
-    QRect frame;
+    QRect frame = {};
+    /// The window system's name for the plug that it hangs on.
+    QString connector = {};
 };
 
 /// The displays of the machine.

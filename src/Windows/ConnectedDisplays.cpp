@@ -29,6 +29,7 @@ const QScreen* mainScreen()
 } // namespace
 
 ConnectedDisplays::ConnectedDisplays()
+    : m_frames([this] { changed(); })
 {
     const auto* application = qGuiApp;
     QObject::connect(
@@ -49,7 +50,7 @@ QList<ConnectedDisplay> ConnectedDisplays::displays() const
     for (const QScreen* screen : QGuiApplication::screens()) {
         if (isPlaceholder(*screen))
             continue;
-        const QRect frame = screen->geometry();
+        const QRect frame = frameOf(*screen);
         displays.append({
             .info =
                 {
@@ -61,6 +62,7 @@ QList<ConnectedDisplay> ConnectedDisplays::displays() const
                     .isMain = screen == main,
                 },
             .frame = frame,
+            .connector = screen->name(),
         });
     }
     return displays;
@@ -69,6 +71,15 @@ QList<ConnectedDisplay> ConnectedDisplays::displays() const
 void ConnectedDisplays::watch(QScreen* screen)
 {
     QObject::connect(screen, &QScreen::geometryChanged, &m_context, [this] { changed(); });
+}
+
+/// In Qt's points, at the place that the window system has it now.
+QRect ConnectedDisplays::frameOf(const QScreen& screen) const
+{
+    const std::optional<QRect> native = m_frames.frame(screen.name());
+    if (!native)
+        return screen.geometry();
+    return {native->topLeft(), native->size() / screen.devicePixelRatio()};
 }
 
 void ConnectedDisplays::changed() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Model/OutputRouter.h"
+#include "Platform/DisplayFrames.h"
 
 #include <QObject>
 
@@ -16,7 +17,9 @@ public:
 private:
     void watch(QScreen* screen);
     void changed() const;
+    [[nodiscard]] QRect frameOf(const QScreen& screen) const;
 
+    DisplayFrames m_frames;
     QObject m_context;
 };
 

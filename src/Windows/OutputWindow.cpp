@@ -14,10 +14,10 @@ bool windowsAreOursToPlace()
     return !QGuiApplication::platformName().startsWith(u"wayland"_s);
 }
 
-QScreen* screenAt(const QRect& frame)
+QScreen* screenOf(const ConnectedDisplay& display)
 {
     for (QScreen* screen : QGuiApplication::screens()) {
-        if (screen->geometry() == frame)
+        if (screen->name() == display.connector)
             return screen;
     }
     return QGuiApplication::primaryScreen();
@@ -50,7 +50,7 @@ OutputWindow::~OutputWindow() = default;
 
 void OutputWindow::cover(const ConnectedDisplay& display)
 {
-    m_view->setScreen(screenAt(display.frame));
+    m_view->setScreen(screenOf(display));
     m_view->setGeometry(display.frame);
     if (windowsAreOursToPlace() && m_view->isVisible())
         m_view->raise();

@@ -82,10 +82,15 @@ void DisplaysTest::coversTheSecondDisplay()
 void DisplaysTest::followsTheDisplay()
 {
     QTRY_COMPARE(shown(), u"1920x1080+1440+0"_s);
-    m_server->unplug(second);
-    QTRY_COMPARE(shown(), QString());
+    // Once with the desktop's size, and once within it.
     m_server->plug(second, u"small"_s, u"1440x100"_s);
     QTRY_COMPARE(shown(), u"1440x900+1440+100"_s);
+    m_server->plug(second, u"small"_s, u"1440x50"_s);
+    QTRY_COMPARE(shown(), u"1440x900+1440+50"_s);
+    m_server->unplug(second);
+    QTRY_COMPARE(shown(), QString());
+    m_server->plug(second, u"large"_s, u"1440x0"_s);
+    QTRY_COMPARE(shown(), u"1920x1080+1440+0"_s);
 
     m_server->unplug(second);
     m_server->unplug(u"DUMMY0"_s);
