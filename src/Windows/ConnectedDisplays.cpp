@@ -1,8 +1,11 @@
 #include "Windows/ConnectedDisplays.h"
 
 #include <QGuiApplication>
+#include <QHash>
 #include <QScreen>
 #include <QWindow>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -17,6 +20,18 @@ QString nameOf(const QScreen& screen)
     const QString name =
         QStringList {screen.manufacturer(), screen.model()}.join(u' ').simplified();
     return name.isEmpty() ? screen.name() : name;
+}
+
+/// Two displays of one model could not be told apart by their name.
+void tellApart(QList<ConnectedDisplay>& displays)
+{
+    QHash<QString, int> uses;
+    for (const ConnectedDisplay& display : displays)
+        ++uses[display.info.name];
+    for (ConnectedDisplay& display : displays) {
+        if (uses.value(display.info.name) > 1)
+            display.info.name += u" (%1)"_s.arg(display.connector);
+    }
 }
 
 /// The screen of the window that has the focus, otherwise the primary one.
@@ -65,6 +80,7 @@ QList<ConnectedDisplay> ConnectedDisplays::displays() const
             .connector = screen->name(),
         });
     }
+    tellApart(displays);
     return displays;
 }
 

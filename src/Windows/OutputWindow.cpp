@@ -40,10 +40,15 @@ OutputWindow::OutputWindow(const ConnectedDisplay& display, std::unique_ptr<Outp
     m_view->setAttribute(Qt::WA_QuitOnClose, false);
     m_view->setWindowTitle(u"Tarrow — "_s + display.info.name);
     cover(display);
-    if (windowsAreOursToPlace())
-        m_view->show();
-    else
-        m_view->showFullScreen();
+    if (!windowsAreOursToPlace()) {
+        // Not showFullScreen(), which asks for the focus.
+        m_view->setWindowState(Qt::WindowFullScreen);
+        // Qt 6.4 heeds WindowTransparentForInput on X11 alone. A mask is nothing but the input
+        // region here, and this one holds no point of the window.
+        m_view->winId();
+        m_view->windowHandle()->setMask(QRegion(-1, -1, 1, 1));
+    }
+    m_view->show();
 }
 
 OutputWindow::~OutputWindow() = default;

@@ -39,15 +39,6 @@ const QStringList modes[] {
         u"909"_s, u"934"_s},
 };
 
-/// Runs one of the X programs to its end, and gives what it prints.
-QString run(const QString& display, const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, QStringList {u"-display"_s, display} + arguments);
-    process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
 } // namespace
 
 XServer::XServer()
@@ -65,9 +56,9 @@ XServer::XServer()
         return;
     m_name = u':' + QString::fromLatin1(number);
     for (const QStringList& mode : modes)
-        run(m_name, u"xrandr"_s, QStringList {u"--newmode"_s} + mode);
+        run(u"xrandr"_s, QStringList {u"--newmode"_s} + mode);
     plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
-    run(m_name, u"xrandr"_s, {u"--output"_s, u"DUMMY0"_s, u"--primary"_s});
+    run(u"xrandr"_s, {u"--output"_s, u"DUMMY0"_s, u"--primary"_s});
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"DISPLAY"_s, m_name);
     m_windowManager.setProcessEnvironment(environment);
@@ -85,16 +76,27 @@ XServer::~XServer()
 
 void XServer::plug(const QString& output, const QString& mode, const QString& position)
 {
-    run(m_name, u"xrandr"_s, {u"--addmode"_s, output, mode});
-    run(m_name, u"xrandr"_s, {u"--output"_s, output, u"--mode"_s, mode, u"--pos"_s, position});
+    run(u"xrandr"_s, {u"--addmode"_s, output, mode});
+    run(u"xrandr"_s, {u"--output"_s, output, u"--mode"_s, mode, u"--pos"_s, position});
 }
 
 void XServer::unplug(const QString& output)
 {
-    run(m_name, u"xrandr"_s, {u"--output"_s, output, u"--off"_s});
+    run(u"xrandr"_s, {u"--output"_s, output, u"--off"_s});
+}
+
+QString XServer::run(const QString& program, const QStringList& arguments) const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DISPLAY"_s, m_name);
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAllStandardOutput());
 }
 
 QString XServer::windowInfo(const QString& title) const
 {
-    return run(m_name, u"xwininfo"_s, {u"-name"_s, title});
+    return run(u"xwininfo"_s, {u"-name"_s, title});
 }

@@ -23,6 +23,8 @@ public:
     void plug(const QString& output, const QString& mode, const QString& position);
     void unplug(const QString& output);
 
+    /// Runs a program on the server to its end, and gives what it prints.
+    QString run(const QString& program, const QStringList& arguments) const;
     /// The output of xwininfo for a window with this title, empty when there is none.
     [[nodiscard]] QString windowInfo(const QString& title) const;
 

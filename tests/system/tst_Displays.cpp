@@ -39,6 +39,7 @@ private Q_SLOTS:
     void coversTheSecondDisplay();
     void followsTheDisplay();
     void knowsADisplayAgain();
+    void staysOutOfTheOperatorsWay();
 
 private:
     [[nodiscard]] QString shown() const { return geometry(m_server->windowInfo(title)); }
@@ -59,6 +60,9 @@ void DisplaysTest::init()
     QVERIFY(m_server->isRunning());
     m_server->plug(second, u"large"_s, u"1440x0"_s);
     m_program = std::make_unique<RunningProgram>();
+    m_program->setStored(u"TarrowSettings.v1"_s,
+        RunningProgram::settingsDocument({{u"backgroundColor"_s,
+            QJsonObject {{u"r"_s, 0.125}, {u"g"_s, 0.25}, {u"b"_s, 0.375}, {u"a"_s, 1}}}}));
     m_program->environment().insert(u"DISPLAY"_s, m_server->name());
     m_program->environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     QVERIFY(m_program->start());
@@ -111,6 +115,50 @@ void DisplaysTest::knowsADisplayAgain()
     QVERIFY(m_program->start());
     QTRY_COMPARE(shown(), u"1920x1080+1440+0"_s);
     QCOMPARE(enabledScreens(), before);
+}
+
+/// Another program's window lies full-screen on the display, has the focus and gets the clicks; all
+/// that can be seen is the time.
+void DisplaysTest::staysOutOfTheOperatorsWay()
+{
+    QTRY_COMPARE(shown(), u"1920x1080+1440+0"_s);
+    QProcess other;
+    other.setProcessEnvironment(m_program->environment());
+    other.start(u"stdbuf"_s,
+        {u"-oL"_s, u"xev"_s, u"-name"_s, u"other"_s, u"-geometry"_s, u"200x200+1500+50"_s});
+    QTRY_COMPARE(geometry(m_server->windowInfo(u"other"_s)).section(u'+', 0, 0), u"200x200"_s);
+    m_server->run(u"wmctrl"_s, {u"-r"_s, u"other"_s, u"-b"_s, u"add,fullscreen"_s});
+    QTRY_COMPARE(geometry(m_server->windowInfo(u"other"_s)), u"1920x1080+1440+0"_s);
+    m_server->run(u"wmctrl"_s, {u"-a"_s, u"other"_s});
+    const auto focused = [this] {
+        return m_server->run(u"xdotool"_s, {u"getwindowfocus"_s, u"getwindowname"_s});
+    };
+    QTRY_COMPARE(focused(), u"other\n"_s);
+
+    const auto isSeen = [this](const QString& color) {
+        return m_server
+            ->run(u"import"_s,
+                {u"-window"_s, u"root"_s, u"-crop"_s, u"1x1+1460+20"_s, u"-depth"_s, u"8"_s,
+                    u"txt:-"_s})
+            .contains(color);
+    };
+    QTRY_VERIFY(isSeen(u"#204060"_s));
+    m_server->run(u"xdotool"_s, {u"set_desktop"_s, u"1"_s});
+    QVERIFY(isSeen(u"#204060"_s));
+    m_server->run(u"xdotool"_s, {u"set_desktop"_s, u"0"_s});
+    QTRY_COMPARE(focused(), u"other\n"_s);
+
+    m_server->run(u"xdotool"_s, {u"mousemove"_s, u"1460"_s, u"20"_s, u"click"_s, u"1"_s});
+    QByteArray events;
+    QTRY_VERIFY((events += other.readAllStandardOutput()).contains("ButtonPress event"));
+
+    m_server->unplug(second);
+    QTRY_COMPARE(shown(), QString());
+    m_server->plug(second, u"large"_s, u"1440x0"_s);
+    QTRY_COMPARE(shown(), u"1920x1080+1440+0"_s);
+    QCOMPARE(focused(), u"other\n"_s);
+    other.terminate();
+    QVERIFY(other.waitForFinished());
 }
 
 QTEST_GUILESS_MAIN(DisplaysTest)
