@@ -1,6 +1,8 @@
 #include "Views/MessageTransition.h"
 
 #include <QEasingCurve>
+#include <QGuiApplication>
+#include <QScreen>
 
 #include <algorithm>
 #include <cmath>
@@ -10,6 +12,15 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::microseconds duration = 300ms;
+
+/// The refresh of the fastest display there is now.
+std::chrono::milliseconds frameInterval()
+{
+    double rate = 60;
+    for (const QScreen* screen : QGuiApplication::screens())
+        rate = std::max(rate, screen->refreshRate());
+    return std::chrono::milliseconds(static_cast<int>(1000 / rate));
+}
 
 double between(double from, double to, double progress)
 {
@@ -31,13 +42,7 @@ MessageAnimator::MessageAnimator(TimerEngine& engine, Clock clock)
     , m_snapshotNotifier(engine.snapshot.addNotifier([this] { begin(); }))
 {
     m_frameTimer.setTimerType(Qt::PreciseTimer);
-    setFrameInterval(16ms);
     connect(&m_frameTimer, &QTimer::timeout, this, &MessageAnimator::frame);
-}
-
-void MessageAnimator::setFrameInterval(std::chrono::milliseconds interval)
-{
-    m_frameTimer.setInterval(interval);
 }
 
 MessageTransition MessageAnimator::current() const
@@ -69,7 +74,7 @@ void MessageAnimator::begin()
     m_start = current();
     m_message = message;
     m_startedAt = m_clock();
-    m_frameTimer.start();
+    m_frameTimer.start(frameInterval());
     Q_EMIT moved();
 }
 

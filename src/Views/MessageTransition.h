@@ -43,10 +43,7 @@ public:
     [[nodiscard]] MessageTransition current() const;
     [[nodiscard]] bool isRunning() const { return m_frameTimer.isActive(); }
 
-    /// How long a frame lasts while the message moves: the display's refresh, by default 1/60 s.
-    void setFrameInterval(std::chrono::milliseconds interval);
-
-    /// What the frame timer calls.
+    /// What the frame timer calls, at the rate of the fastest display, while the message moves.
     void frame();
 
 Q_SIGNALS:
