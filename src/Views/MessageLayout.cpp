@@ -6,6 +6,7 @@
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -31,23 +32,43 @@ struct Word {
     bool endsLine = false;
 };
 
-std::vector<Word> wordsOf(const QString& text, const QFontMetricsF& metrics)
+/// With the one line break that a layout knows.
+QString withLineSeparators(QString text)
 {
+    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\n', QChar::LineSeparator);
+}
+
+/// The words of a text, shaped all at once: word by word it takes three times as long.
+std::vector<Word> wordsOf(const QString& text)
+{
+    QTextLayout layout(text, messageFont());
+    layout.setTextOption(QTextOption());
+    layout.beginLayout();
+    // Without a width a line ends at a line separator alone.
+    while (layout.createLine().isValid()) { }
+    layout.endLayout();
+
     std::vector<Word> words;
     QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, text);
-    for (qsizetype start = 0; start < text.size();) {
-        const qsizetype end = breaks.toNextBoundary();
-        const bool isMandatory =
-            breaks.boundaryReasons().testFlag(QTextBoundaryFinder::MandatoryBreak);
+    int lineNumber = 0;
+    for (int start = 0; start < text.size();) {
+        const auto end = static_cast<int>(breaks.toNextBoundary());
         if (end < 0)
             break;
-        QString word = text.sliced(start, end - start);
-        const double full = metrics.horizontalAdvance(word);
-        while (!word.isEmpty() && word.back().isSpace())
-            word.chop(1);
-        const bool hasSpace = word.size() < end - start;
-        const double width = hasSpace ? metrics.horizontalAdvance(word) : full;
-        words.push_back({.width = width, .space = full - width, .endsLine = isMandatory});
+        const bool isMandatory =
+            breaks.boundaryReasons().testFlag(QTextBoundaryFinder::MandatoryBreak);
+        QTextLine line = layout.lineAt(lineNumber);
+        while (start >= line.textStart() + line.textLength())
+            line = layout.lineAt(++lineNumber);
+        int wordEnd = end;
+        while (wordEnd > start && text[wordEnd - 1].isSpace())
+            --wordEnd;
+        const double from = line.cursorToX(start);
+        const double behindWord = line.cursorToX(wordEnd);
+        const double to = wordEnd == end ? behindWord : line.cursorToX(end);
+        words.push_back({.width = std::abs(behindWord - from),
+            .space = std::abs(to - behindWord),
+            .endsLine = isMandatory});
         start = end;
     }
     return words;
@@ -100,17 +121,17 @@ MessageLayout::MessageLayout(
     : m_box(box)
 {
     const QFontMetricsF metrics(messageFont());
-    double size =
-        largestFit(wordsOf(text, metrics), metrics.height(), box, smallestSize, largestSize);
-    layOut(text, size, QTextOption::WordWrap);
+    const QString lines = withLineSeparators(text);
+    double size = largestFit(wordsOf(lines), metrics.height(), box, smallestSize, largestSize);
+    layOut(lines, size, QTextOption::WordWrap);
     // Words that were measured one by one may be a little wider together, and fonts that stand in
     // for a missing glyph may be taller.
     while (!fits(size) && size > smallestSize) {
         size = std::max(smallestSize, size * 0.97);
-        layOut(text, size, QTextOption::WordWrap);
+        layOut(lines, size, QTextOption::WordWrap);
     }
     if (!fits(size)) {
-        layOut(text, size, QTextOption::WrapAtWordBoundaryOrAnywhere);
+        layOut(lines, size, QTextOption::WrapAtWordBoundaryOrAnywhere);
         cut(size);
     }
 }
@@ -143,10 +164,7 @@ void MessageLayout::layOut(const QString& text, double fontSize, QTextOption::Wr
     m_height = 0;
     QTextOption option(Qt::AlignHCenter);
     option.setWrapMode(wrapMode);
-    QString lines = text;
-    // The one line break that the layout knows.
-    lines.replace(u"\r\n"_s, u"\n"_s).replace(u'\n', QChar::LineSeparator);
-    m_layout = std::make_unique<QTextLayout>(lines, messageFont());
+    m_layout = std::make_unique<QTextLayout>(text, messageFont());
     m_layout->setTextOption(option);
     m_layout->setCacheEnabled(true);
     m_layout->beginLayout();

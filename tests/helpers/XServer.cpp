@@ -1,36 +1,8 @@
 #include "helpers/XServer.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr auto configuration = R"(
-Section "ServerFlags"
-    Option "AutoAddDevices" "false"
-EndSection
-Section "Device"
-    Identifier "device"
-    Driver "dummy"
-    VideoRam 256000
-EndSection
-Section "Monitor"
-    Identifier "monitor"
-    HorizSync 5-1000
-    VertRefresh 5-200
-EndSection
-Section "Screen"
-    Identifier "screen"
-    Device "device"
-    Monitor "monitor"
-    DefaultDepth 24
-    SubSection "Display"
-        Depth 24
-        Virtual 7680 4320
-    EndSubSection
-EndSection
-)";
 
 const QStringList modes[] {
     {u"large"_s, u"173.00"_s, u"1920"_s, u"2048"_s, u"2248"_s, u"2576"_s, u"1080"_s, u"1083"_s,
@@ -43,13 +15,10 @@ const QStringList modes[] {
 
 XServer::XServer()
 {
-    QFile file(m_folder.filePath(u"xorg.conf"_s));
-    if (!file.open(QIODevice::WriteOnly) || file.write(configuration) < 0)
-        return;
-    file.close();
     m_process.start(u"Xorg"_s,
-        {u"-displayfd"_s, u"1"_s, u"-config"_s, file.fileName(), u"-noreset"_s, u"-novtswitch"_s,
-            u"-sharevts"_s, u"-nolisten"_s, u"tcp"_s, u"-logfile"_s, m_folder.filePath(u"log"_s)});
+        {u"-displayfd"_s, u"1"_s, u"-config"_s, QStringLiteral(TARROW_XORG_CONFIGURATION),
+            u"-noreset"_s, u"-novtswitch"_s, u"-sharevts"_s, u"-nolisten"_s, u"tcp"_s,
+            u"-logfile"_s, m_folder.filePath(u"log"_s)});
     while (m_process.waitForReadyRead() && !m_process.canReadLine()) { }
     const QByteArray number = m_process.readLine().trimmed();
     if (number.isEmpty())

@@ -1,0 +1,142 @@
+"""The built program with a home of its own, and an X server with displays for it to play on.
+
+What scripts/bench, scripts/screenshots and the tests written in Python have in common.
+"""
+
+import json
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+LISTENING = re.compile(r"UDP listening on port (\d+)")
+# Everything the settings document must hold, with any free port.
+SETTINGS = {
+    "textColor": {"r": 1, "g": 1, "b": 1, "a": 1},
+    "backgroundColor": {"r": 0, "g": 0, "b": 0, "a": 1},
+    "amberColor": {"r": 1, "g": 0.69, "b": 0, "a": 1},
+    "redColor": {"r": 1, "g": 0.23, "b": 0.19, "a": 1},
+    "useThresholdColors": True,
+    "amberThresholdSeconds": 300,
+    "redThresholdSeconds": 60,
+    "allowCountUp": False,
+    "playFinishSound": False,
+    "udpPort": 0,
+    "webRemoteEnabled": False,
+    "webPort": 0,
+    "ndiEnabled": False,
+    "ndiSourceName": "Tarrow",
+    "ndiWidth": 1920,
+    "ndiHeight": 1080,
+    "enabledScreenIDs": [],
+}
+
+
+class Program:
+    """The program, its log in a file. `changes` are settings other than SETTINGS."""
+
+    def __init__(self, path=ROOT / "build/release/tarrow", display=None, **changes):
+        self.path = path
+        self.home = tempfile.TemporaryDirectory()
+        self.store("TarrowSettings.v1", SETTINGS | changes)
+        self.environment = dict(
+            os.environ, HOME=self.home.name, XDG_CONFIG_HOME=self.home.name,
+            XDG_RUNTIME_DIR=self.home.name, QT_QPA_PLATFORM="xcb" if display else "offscreen",
+            PULSE_SERVER="unix:/nonexistent",
+        )
+        if display:
+            self.environment["DISPLAY"] = display
+        self.environment.pop("DBUS_SESSION_BUS_ADDRESS", None)
+
+    def store(self, key, document):
+        """Makes a document all that the preferences hold."""
+        folder = pathlib.Path(self.home.name) / "quillfen"
+        folder.mkdir(exist_ok=True)
+        text = json.dumps(document).replace('"', '\\"')
+        (folder / "tarrow.conf").write_text(f'[General]\n{key}="{text}"\n')
+
+    def __enter__(self):
+        self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
+        self.process = subprocess.Popen([self.path], env=self.environment, stderr=self.log)
+        self.port = int(self.wait_for_log(LISTENING)[1])
+        return self
+
+    def __exit__(self, *_):
+        self.process.kill()
+        self.process.wait()
+        self.log.close()
+
+    def send(self, *commands):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            for command in commands:
+                sender.sendto(command.encode(), ("127.0.0.1", self.port))
+
+    def log_text(self):
+        return (pathlib.Path(self.home.name) / "log").read_text(errors="replace")
+
+    def wait_for_log(self, pattern):
+        for _ in range(1000):
+            if match := re.search(pattern, self.log_text()):
+                return match
+            time.sleep(0.01)
+        raise RuntimeError(f"no {pattern!r} in the log")
+
+    def processor_seconds(self):
+        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")", 1)[1]
+        user, system = fields.split()[11:13]
+        return (int(user) + int(system)) / os.sysconf("SC_CLK_TCK")
+
+
+class XServer:
+    """An X server with the displays DUMMY0, DUMMY1, … side by side, in the modes given."""
+
+    MODES = {
+        "large": "173.00 1920 2048 2248 2576 1080 1083 1088 1120",
+        "small": "106.50 1440 1528 1672 1904 900 903 909 934",
+    }
+
+    def __init__(self, *modes):
+        self.modes = modes
+
+    def __enter__(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.process = subprocess.Popen(
+            ["Xorg", "-displayfd", "1", "-config", ROOT / "scripts/support/xorg.conf",
+             "-noreset", "-novtswitch", "-sharevts", "-nolisten", "tcp",
+             "-logfile", f"{self.folder.name}/log"],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.display = ":" + self.process.stdout.readline().strip()
+        for name, timings in self.MODES.items():
+            self.run("xrandr", "--newmode", name, *timings.split())
+        left = 0
+        for number, mode in enumerate(self.modes):
+            output = f"DUMMY{number}"
+            self.run("xrandr", "--addmode", output, mode)
+            self.run("xrandr", "--output", output, "--mode", mode, "--pos", f"{left}x0",
+                     *(["--primary"] if number == 0 else []))
+            left += int(self.MODES[mode].split()[1])
+        return self
+
+    def __exit__(self, *_):
+        self.process.terminate()
+        self.process.wait()
+        self.process.stdout.close()
+        self.folder.cleanup()
+
+    def run(self, *words):
+        """What a program prints that runs on the server to its end."""
+        return subprocess.run(words, env=dict(os.environ, DISPLAY=self.display), check=True,
+                              capture_output=True, text=True).stdout
+
+
+def display_number(connector, maker="", model="", serial_number=""):
+    """The number under which the program stores a display."""
+    number = 2166136261
+    for part in (connector, maker, model, serial_number):
+        for byte in part.encode() + b"\0":
+            number = (number ^ byte) * 16777619 & 0xFFFFFFFF
+    return number
