@@ -59,7 +59,7 @@ void comparePicture(const char* name, const QSize& size)
         DisplaySnapshot snapshot;
         snapshot.timeText = u"%1:%2"_s.arg(10 + i).arg(59 - i);
         QPainter painter(&picture);
-        paintOutput(painter, size, snapshot, colors, MessageTransition::settled(std::nullopt));
+        paintOutput(painter, size, {.snapshot = snapshot, .colors = colors});
     };
     const auto fill = [&](int i) {
         std::memset(picture.bits(), i, static_cast<size_t>(picture.sizeInBytes()));
@@ -100,8 +100,9 @@ void countFits()
     const int before = messageFitCount();
     for (int i = 0; i < 100; ++i) {
         QPainter painter(&picture);
-        paintOutput(painter, picture.size(), {}, colors,
-            {.coming = longMessage(0), .comingOpacity = i / 100.0, .presence = i / 100.0});
+        const MessageTransition transition {
+            .coming = longMessage(0), .comingOpacity = i / 100.0, .presence = i / 100.0};
+        paintOutput(painter, picture.size(), {.colors = colors, .transition = transition});
     }
     std::printf("fits_in_100_frames %d 0\n", messageFitCount() - before);
 }

@@ -81,9 +81,37 @@ OutputColors OutputColors::of(const AppSettings& settings, TimeThreshold thresho
     return {.background = settings.backgroundColor, .text = color(threshold, settings)};
 }
 
-void paintOutput(QPainter& painter, const QSizeF& size, const DisplaySnapshot& snapshot,
-    const OutputColors& colors, const MessageTransition& transition)
+OutputContent OutputContent::of(
+    const TimerEngine& engine, const AppSettings& settings, const MessageAnimator& animator)
 {
+    const DisplaySnapshot& snapshot = engine.snapshot.value();
+    return {
+        .snapshot = snapshot,
+        .colors = OutputColors::of(settings, snapshot.threshold),
+        .transition = animator.current(),
+    };
+}
+
+OutputContent OutputContent::visiblePart() const
+{
+    OutputContent visible;
+    if (snapshot.strobe) {
+        visible.snapshot.strobe = true;
+    } else if (snapshot.isBlackout) {
+        visible.snapshot.isBlackout = true;
+        visible.colors.background = colors.background;
+    } else {
+        visible = *this;
+        // The threshold is seen as a color, and the message as its transition.
+        visible.snapshot.threshold = TimeThreshold::normal;
+        visible.snapshot.message.reset();
+    }
+    return visible;
+}
+
+void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& content)
+{
+    const auto& [snapshot, colors, transition] = content;
     const QRectF bounds(QPointF(), size);
     if (size.isEmpty())
         return;

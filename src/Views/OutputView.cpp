@@ -2,30 +2,6 @@
 
 #include <QPaintEvent>
 
-namespace {
-
-/// The part of the content that can be seen: behind a blackout nothing but the background, behind
-/// the strobe nothing at all.
-template <typename Content> Content visiblePart(Content content)
-{
-    if (content.snapshot.strobe) {
-        content = {};
-        content.snapshot.strobe = true;
-    } else if (content.snapshot.isBlackout) {
-        const RGBColor background = content.colors.background;
-        content = {};
-        content.snapshot.isBlackout = true;
-        content.colors.background = background;
-    } else {
-        // The threshold is seen as a color, and the message as its transition.
-        content.snapshot.threshold = TimeThreshold::normal;
-        content.snapshot.message.reset();
-    }
-    return content;
-}
-
-} // namespace
-
 OutputView::OutputView(
     TimerEngine& engine, AppSettings& settings, MessageAnimator& animator, QWidget* parent)
     : QWidget(parent)
@@ -41,21 +17,16 @@ OutputView::OutputView(
     connect(&animator, &MessageAnimator::moved, this, &OutputView::updateWhatChanged);
 }
 
-OutputView::Content OutputView::content() const
+OutputContent OutputView::content() const
 {
-    const DisplaySnapshot& snapshot = m_engine.snapshot.value();
-    return {
-        .snapshot = snapshot,
-        .colors = OutputColors::of(m_settings, snapshot.threshold),
-        .transition = m_animator.current(),
-    };
+    return OutputContent::of(m_engine, m_settings, m_animator);
 }
 
 void OutputView::updateWhatChanged()
 {
-    const Content before = visiblePart(m_shown);
+    const OutputContent before = m_shown.visiblePart();
     m_shown = content();
-    Content after = visiblePart(m_shown);
+    OutputContent after = m_shown.visiblePart();
     if (after == before)
         return;
     after.snapshot.timeText = before.snapshot.timeText;
@@ -71,5 +42,5 @@ void OutputView::paintEvent(QPaintEvent* event)
     painter.setClipRegion(event->region());
     if (m_shown.colors.background.a < 1)
         painter.fillRect(rect(), Qt::black);
-    paintOutput(painter, size(), m_shown.snapshot, m_shown.colors, m_shown.transition);
+    paintOutput(painter, size(), m_shown);
 }

@@ -20,22 +20,13 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// What the picture is painted from.
-    struct Content {
-        DisplaySnapshot snapshot;
-        OutputColors colors;
-        MessageTransition transition;
-
-        bool operator==(const Content&) const = default;
-    };
-
-    [[nodiscard]] Content content() const;
+    [[nodiscard]] OutputContent content() const;
     void updateWhatChanged();
 
     TimerEngine& m_engine;
     AppSettings& m_settings;
     MessageAnimator& m_animator;
     /// What has been painted, or is about to be.
-    Content m_shown;
+    OutputContent m_shown;
     std::vector<QPropertyNotifier> m_notifiers;
 };

@@ -20,7 +20,7 @@ QImage picture(const DisplaySnapshot& snapshot, OutputColors colors = {black, wh
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter painter(&image);
-    paintOutput(painter, size, snapshot, colors, MessageTransition::settled(snapshot.message));
+    paintOutput(painter, size, {snapshot, colors, MessageTransition::settled(snapshot.message)});
     return image;
 }
 
@@ -149,8 +149,8 @@ void OutputPictureTest::movesTheMessageInFromBelow()
     const DisplaySnapshot snapshot {.timeText = u"05:00"_s, .message = u"Doors"_s};
     QImage image(fullHd, QImage::Format_ARGB32_Premultiplied);
     QPainter painter(&image);
-    paintOutput(painter, fullHd, snapshot, {black, white},
-        {.coming = u"Doors"_s, .comingOpacity = 0.5, .presence = 0.5});
+    paintOutput(painter, fullHd,
+        {snapshot, {black, white}, {.coming = u"Doors"_s, .comingOpacity = 0.5, .presence = 0.5}});
     painter.end();
     // The time has 0.7 of the height, and the message begins below it, half as bright.
     const QRect message = ink(image, QRect(0, 756, fullHd.width(), fullHd.height() - 756));
