@@ -58,6 +58,7 @@ void AppDelegate::applicationDidFinishLaunching()
     installFinishSound();
     startDispatcher();
     startUDPServer();
+    createNDISender();
     takeSleepAssertion();
     activateApplication();
 }
@@ -104,6 +105,17 @@ void AppDelegate::startUDPServer()
             m_udpServer->isListening() ? m_udpServer->boundPort() : port,
             m_udpServer->isListening() ? "" : ", which cannot be listened on");
     }
+}
+
+void AppDelegate::createNDISender()
+{
+    m_ndiSender.emplace(engine(), settings, *m_messageAnimator);
+    m_ndiSwitch.emplace(settings.ndiEnabled, [this](bool enabled) {
+        if (enabled)
+            m_ndiSender->start();
+        else
+            m_ndiSender->stop();
+    });
 }
 
 void AppDelegate::takeSleepAssertion()

@@ -5,9 +5,11 @@
 #include "Model/CueList.h"
 #include "Model/OutputRouter.h"
 #include "Model/TimerEngine.h"
+#include "NDI/NDISender.h"
 #include "Net/CommandDispatcher.h"
 #include "Net/UDPServer.h"
 #include "Platform/DisplaySleepAssertion.h"
+#include "Support/EventLoopSubscription.h"
 #include "Support/Preferences.h"
 #include "Views/MessageTransition.h"
 
@@ -47,6 +49,7 @@ private:
     void installFinishSound();
     void startDispatcher();
     void startUDPServer();
+    void createNDISender();
     void takeSleepAssertion();
 
     // In the order of creation, so that each goes before what it points back at.
@@ -57,6 +60,8 @@ private:
     std::optional<CueController> m_cues;
     std::optional<CommandDispatcher> m_dispatcher;
     std::optional<UDPServer> m_udpServer;
+    std::optional<NDISender> m_ndiSender;
+    std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;
