@@ -101,7 +101,7 @@ void countFits()
     for (int i = 0; i < 100; ++i) {
         QPainter painter(&picture);
         const MessageTransition transition {
-            .coming = longMessage(0), .comingOpacity = i / 100.0, .presence = i / 100.0};
+            .layers = {{longMessage(0), i / 100.0}}, .presence = i / 100.0};
         paintOutput(painter, picture.size(), {.colors = colors, .transition = transition});
     }
     std::printf("fits_in_100_frames %d 0\n", messageFitCount() - before);

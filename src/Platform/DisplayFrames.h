@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractNativeEventFilter>
+#include <QHash>
 #include <QObject>
 #include <QRect>
 #include <QString>
@@ -22,15 +23,20 @@ public:
     DisplayFrames& operator=(const DisplayFrames&) = delete;
     ~DisplayFrames() override;
 
-    /// In the window system's pixels. `connector` is the display's name in QScreen.
-    [[nodiscard]] std::optional<QRect> frame(const QString& connector) const;
+    /// In the window system's pixels, by the display's name in QScreen: every display that shows
+    /// something. Nothing at all where Qt needs no help.
+    [[nodiscard]] std::optional<QHash<QString, QRect>> frames() const;
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
 
+    void tell();
+
     std::function<void()> m_onChange;
     /// The window system's number for "the displays have changed"; 0 without one.
     quint8 m_changeEvent = 0;
+    /// One change comes as several events.
+    bool m_isTelling = false;
     /// Lives as long as this object, for what is queued to it.
     QObject m_context;
 };

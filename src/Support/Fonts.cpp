@@ -1,5 +1,7 @@
 #include "Support/Fonts.h"
 
+#include "Support/ControlLog.h"
+
 #include <QDirIterator>
 #include <QFontDatabase>
 
@@ -11,7 +13,9 @@ void loadFonts()
 {
     static const bool loaded = [] {
         for (QDirIterator files(u":/fonts"_s); files.hasNext();)
-            QFontDatabase::addApplicationFont(files.next());
+            if (QFontDatabase::addApplicationFont(files.next()) < 0)
+                qCCritical(
+                    controlLog, "The typeface %s cannot be used", qUtf8Printable(files.filePath()));
         return true;
     }();
     Q_UNUSED(loaded)

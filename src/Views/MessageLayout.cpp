@@ -32,42 +32,107 @@ struct Word {
     bool endsLine = false;
 };
 
-/// With the one line break that a layout knows.
-QString withLineSeparators(QString text)
+/// What could be seen of a text at the smallest size, and some more: all that follows would be
+/// measured in vain, and whoever sends a message decides how long it is.
+QString visibleBeginning(const QString& text, const QSizeF& box, double smallestSize)
 {
-    return text.replace(u"\r\n"_s, u"\n"_s).replace(u'\n', QChar::LineSeparator);
+    constexpr double narrowestCharacter = 0.2;
+    constexpr double mostCharacters = 4000;
+    const double fitting = mostLines * box.width() / (narrowestCharacter * smallestSize);
+    const auto limit = static_cast<qsizetype>(std::min(mostCharacters, std::ceil(fitting)));
+    if (text.size() <= limit)
+        return text;
+    QTextBoundaryFinder boundaries(QTextBoundaryFinder::Grapheme, text.constData(), limit + 1);
+    boundaries.setPosition(limit);
+    const qsizetype whole = boundaries.isAtBoundary() ? limit : boundaries.toPreviousBoundary();
+    return text.first(whole > 0 ? whole : limit) + u'…';
 }
 
-/// The words of a text, shaped all at once: word by word it takes three times as long.
-std::vector<Word> wordsOf(const QString& text)
+/// With the one line break that a layout knows in place of all others.
+QString withLineSeparators(QString text)
 {
-    QTextLayout layout(text, messageFont());
-    layout.setTextOption(QTextOption());
-    layout.beginLayout();
-    // Without a width a line ends at a line separator alone.
-    while (layout.createLine().isValid()) { }
-    layout.endLayout();
+    text.replace(u"\r\n"_s, u"\n"_s);
+    for (QChar& character : text) {
+        switch (character.unicode()) {
+        case u'\n':
+        case u'\r':
+        case u'\v':
+        case u'\f':
+        case 0x85:
+        case QChar::ParagraphSeparator:
+            character = QChar::LineSeparator;
+            break;
+        default:
+            break;
+        }
+    }
+    return text;
+}
 
+bool hasRightToLeft(const QString& text)
+{
+    return std::ranges::any_of(text, [](QChar character) {
+        return character.direction() == QChar::DirR || character.direction() == QChar::DirAL
+            || character.isSurrogate();
+    });
+}
+
+/// Measures pieces of one text. In a text of one direction they lie side by side, and one layout
+/// has them all; that takes a third of the time of measuring them one by one.
+class Ruler {
+public:
+    Ruler(const QString& text, const QFontMetricsF& metrics)
+        : m_text(text)
+        , m_metrics(metrics)
+        , m_layout(text, messageFont())
+        , m_isSideBySide(!hasRightToLeft(text))
+    {
+        if (!m_isSideBySide)
+            return;
+        m_layout.beginLayout();
+        // Without a width a line ends at a line separator alone.
+        while (m_layout.createLine().isValid()) { }
+        m_layout.endLayout();
+    }
+
+    /// Of a piece without a line break; pieces are asked for in their order.
+    [[nodiscard]] double width(int start, int end)
+    {
+        if (start == end)
+            return 0;
+        if (!m_isSideBySide)
+            return m_metrics.horizontalAdvance(m_text.sliced(start, end - start));
+        QTextLine line = m_layout.lineAt(m_line);
+        while (start >= line.textStart() + line.textLength())
+            line = m_layout.lineAt(++m_line);
+        return line.cursorToX(end) - line.cursorToX(start);
+    }
+
+private:
+    const QString& m_text;
+    const QFontMetricsF& m_metrics;
+    QTextLayout m_layout;
+    bool m_isSideBySide;
+    int m_line = 0;
+};
+
+std::vector<Word> wordsOf(const QString& text, const QFontMetricsF& metrics)
+{
     std::vector<Word> words;
+    Ruler ruler(text, metrics);
     QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, text);
-    int lineNumber = 0;
     for (int start = 0; start < text.size();) {
         const auto end = static_cast<int>(breaks.toNextBoundary());
         if (end < 0)
             break;
         const bool isMandatory =
             breaks.boundaryReasons().testFlag(QTextBoundaryFinder::MandatoryBreak);
-        QTextLine line = layout.lineAt(lineNumber);
-        while (start >= line.textStart() + line.textLength())
-            line = layout.lineAt(++lineNumber);
-        int wordEnd = end;
+        const int spaceEnd = isMandatory && text[end - 1] == QChar::LineSeparator ? end - 1 : end;
+        int wordEnd = spaceEnd;
         while (wordEnd > start && text[wordEnd - 1].isSpace())
             --wordEnd;
-        const double from = line.cursorToX(start);
-        const double behindWord = line.cursorToX(wordEnd);
-        const double to = wordEnd == end ? behindWord : line.cursorToX(end);
-        words.push_back({.width = std::abs(behindWord - from),
-            .space = std::abs(to - behindWord),
+        words.push_back({.width = ruler.width(start, wordEnd),
+            .space = ruler.width(wordEnd, spaceEnd),
             .endsLine = isMandatory});
         start = end;
     }
@@ -121,13 +186,15 @@ MessageLayout::MessageLayout(
     : m_box(box)
 {
     const QFontMetricsF metrics(messageFont());
-    const QString lines = withLineSeparators(text);
-    double size = largestFit(wordsOf(lines), metrics.height(), box, smallestSize, largestSize);
+    const QString lines = withLineSeparators(visibleBeginning(text, box, smallestSize));
+    const std::vector<Word> words = wordsOf(lines, metrics);
+    double size = largestFit(words, metrics.height(), box, smallestSize, largestSize);
     layOut(lines, size, QTextOption::WordWrap);
-    // Words that were measured one by one may be a little wider together, and fonts that stand in
-    // for a missing glyph may be taller.
+    // Fonts that stand in for a missing glyph may be taller, and words that were measured one by
+    // one may be a little wider together.
     while (!fits(size) && size > smallestSize) {
-        size = std::max(smallestSize, size * 0.97);
+        const double taller = largestFit(words, m_lineHeight, box, smallestSize, largestSize);
+        size = std::max(smallestSize, taller < size ? taller : size * 0.97);
         layOut(lines, size, QTextOption::WordWrap);
     }
     if (!fits(size)) {
@@ -162,6 +229,7 @@ void MessageLayout::layOut(const QString& text, double fontSize, QTextOption::Wr
     m_scale = fontSize / layoutSize;
     m_width = 0;
     m_height = 0;
+    m_lineHeight = 0;
     QTextOption option(Qt::AlignHCenter);
     option.setWrapMode(wrapMode);
     m_layout = std::make_unique<QTextLayout>(text, messageFont());
@@ -173,6 +241,7 @@ void MessageLayout::layOut(const QString& text, double fontSize, QTextOption::Wr
         line.setPosition({0, m_height});
         m_width = std::max(m_width, line.naturalTextWidth());
         m_height += line.height();
+        m_lineHeight = std::max(m_lineHeight, line.height());
     }
     m_layout->endLayout();
 }

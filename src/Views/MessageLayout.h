@@ -36,4 +36,6 @@ private:
     std::unique_ptr<QTextLayout> m_layout;
     double m_width = 0;
     double m_height = 0;
+    /// Of the tallest line.
+    double m_lineHeight = 0;
 };

@@ -12,6 +12,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::chrono::microseconds duration = 300ms;
+/// Of 255 steps, less than one.
+constexpr double leastVisible = 1.0 / 256;
 
 /// The refresh of the fastest display there is now.
 std::chrono::milliseconds frameInterval()
@@ -31,7 +33,9 @@ double between(double from, double to, double progress)
 
 MessageTransition MessageTransition::settled(const std::optional<QString>& message)
 {
-    return {.coming = message, .presence = message ? 1.0 : 0.0};
+    if (!message)
+        return {};
+    return {.layers = {{*message}}, .presence = 1};
 }
 
 MessageAnimator::MessageAnimator(TimerEngine& engine, Clock clock)
@@ -50,13 +54,18 @@ MessageTransition MessageAnimator::current() const
     if (!isRunning())
         return MessageTransition::settled(m_message);
     const double moved = progress();
-    return {
-        .leaving = m_start.coming,
-        .leavingOpacity = m_start.comingOpacity * (1 - moved),
-        .coming = m_message,
-        .comingOpacity = moved,
-        .presence = between(m_start.presence, m_message ? 1 : 0, moved),
-    };
+    MessageTransition transition {.presence = between(m_start.presence, m_message ? 1 : 0, moved)};
+    // A text that comes back goes on from where it is.
+    double opacityBefore = 0;
+    for (const MessageLayer& layer : m_start.layers) {
+        if (layer.text == m_message)
+            opacityBefore = layer.opacity;
+        else if (layer.opacity * (1 - moved) >= leastVisible)
+            transition.layers.append({layer.text, layer.opacity * (1 - moved)});
+    }
+    if (m_message)
+        transition.layers.append({*m_message, between(opacityBefore, 1, moved)});
+    return transition;
 }
 
 void MessageAnimator::frame()

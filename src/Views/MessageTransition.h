@@ -3,6 +3,7 @@
 #include "Model/TimerEngine.h"
 #include "Support/Clock.h"
 
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -10,15 +11,19 @@
 #include <functional>
 #include <optional>
 
+/// A text that is seen, and how much of it.
+struct MessageLayer {
+    QString text;
+    double opacity = 1;
+
+    bool operator==(const MessageLayer&) const = default;
+};
+
 /// The message on its way in, out, or from one text to another: what a picture shows of it at one
 /// moment.
 struct MessageTransition {
-    /// The text that leaves, while it can still be seen.
-    std::optional<QString> leaving = std::nullopt;
-    double leavingOpacity = 0;
-    /// The text that comes or stays.
-    std::optional<QString> coming = std::nullopt;
-    double comingOpacity = 1;
+    /// The text that comes or stays is the last one, those before it leave.
+    QList<MessageLayer> layers = {};
     /// How much room the message has taken from the time: 0 none, 1 all that it gets.
     double presence = 0;
 

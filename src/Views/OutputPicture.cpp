@@ -24,19 +24,40 @@ QColor toColor(const RGBColor& color)
         component(color.r), component(color.g), component(color.b), component(color.a));
 }
 
+/// A time as it is drawn in a box: around the box's centre, in units of `scale`.
+struct TimeLayout {
+    TimeLayout(const QSizeF& box, const QString& time)
+        : scale(timeFontSize(box) / timeLayoutSize)
+        , text(metrics().elidedText(time, Qt::ElideRight, box.width() / scale))
+        , start(-metrics().horizontalAdvance(text) / 2,
+              (metrics().ascent() - metrics().descent()) / 2)
+    {
+    }
+
+    [[nodiscard]] static const QFont& font()
+    {
+        static const QFont font = Fonts::monospaced(timeLayoutSize, QFont::Medium);
+        return font;
+    }
+    [[nodiscard]] static const QFontMetricsF& metrics()
+    {
+        static const QFontMetricsF metrics(font());
+        return metrics;
+    }
+
+    double scale;
+    QString text;
+    QPointF start;
+};
+
 void paintTime(QPainter& painter, const QRectF& box, const QString& text)
 {
-    static const QFont font = Fonts::monospaced(timeLayoutSize, QFont::Medium);
-    static const QFontMetricsF metrics(font);
-
-    const double scale = timeFontSize(box.size()) / timeLayoutSize;
-    const QString shown = metrics.elidedText(text, Qt::ElideRight, box.width() / scale);
-    const double baseline = (metrics.ascent() - metrics.descent()) / 2;
+    const TimeLayout layout(box.size(), text);
     painter.save();
     painter.translate(box.center());
-    painter.scale(scale, scale);
-    painter.setFont(font);
-    painter.drawText(QPointF(-metrics.horizontalAdvance(shown) / 2, baseline), shown);
+    painter.scale(layout.scale, layout.scale);
+    painter.setFont(TimeLayout::font());
+    painter.drawText(layout.start, layout.text);
     painter.restore();
 }
 
@@ -124,12 +145,8 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
         const QRectF time = timeBox(size, transition.presence);
         paintTime(painter, time, snapshot.timeText);
         // The message moves in from below as the time makes room for it.
-        if (transition.leaving)
-            paintMessage(
-                painter, size, time.bottom(), *transition.leaving, transition.leavingOpacity);
-        if (transition.coming)
-            paintMessage(
-                painter, size, time.bottom(), *transition.coming, transition.comingOpacity);
+        for (const MessageLayer& layer : transition.layers)
+            paintMessage(painter, size, time.bottom(), layer.text, layer.opacity);
     }
     if (snapshot.strobe)
         painter.fillRect(bounds, Qt::white);
@@ -140,6 +157,14 @@ QRectF timeBox(const QSizeF& size, double messagePresence)
 {
     const double share = 1 - (1 - timeShareWithMessage) * messagePresence;
     return {0, 0, size.width(), size.height() * share};
+}
+
+QRectF timeInk(const QRectF& box, const QString& text)
+{
+    const TimeLayout layout(box.size(), text);
+    const QRectF ink = TimeLayout::metrics().tightBoundingRect(layout.text);
+    return {
+        box.center() + (layout.start + ink.topLeft()) * layout.scale, ink.size() * layout.scale};
 }
 
 double timeFontSize(const QSizeF& box)

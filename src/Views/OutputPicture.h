@@ -45,6 +45,10 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
 /// message, and of 0.4 of it when the message is all there.
 [[nodiscard]] QRectF timeBox(const QSizeF& size, double messagePresence);
 
+/// Where a time in such a box leaves ink, a pixel of antialiasing aside. Some scripts have tails
+/// that reach below the box.
+[[nodiscard]] QRectF timeInk(const QRectF& box, const QString& text);
+
 /// The size of the time's font in a box; it depends on nothing but the box.
 [[nodiscard]] double timeFontSize(const QSizeF& box);
 

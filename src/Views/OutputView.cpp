@@ -2,6 +2,8 @@
 
 #include <QPaintEvent>
 
+#include <utility>
+
 OutputView::OutputView(
     TimerEngine& engine, AppSettings& settings, MessageAnimator& animator, QWidget* parent)
     : QWidget(parent)
@@ -29,11 +31,15 @@ void OutputView::updateWhatChanged()
     OutputContent after = m_shown.visiblePart();
     if (after == before)
         return;
-    after.snapshot.timeText = before.snapshot.timeText;
-    if (after == before)
-        update(timeBox(size(), m_shown.transition.presence).toAlignedRect());
-    else
+    const QString newTime = std::exchange(after.snapshot.timeText, before.snapshot.timeText);
+    if (after != before) {
         update();
+        return;
+    }
+    const QRectF box = timeBox(size(), m_shown.transition.presence);
+    const QRect ink =
+        (timeInk(box, before.snapshot.timeText) | timeInk(box, newTime)).toAlignedRect();
+    update(box.toAlignedRect() | ink.adjusted(-1, -1, 1, 1));
 }
 
 void OutputView::paintEvent(QPaintEvent* event)

@@ -9,10 +9,17 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Qt makes a screen of its own when the last display goes, so that windows have a place to be.
+/// Qt makes a screen of its own when the last display goes, so that windows have a place to be. On
+/// X11 it is known by not being among the displays' frames.
 bool isPlaceholder(const QScreen& screen)
 {
     return screen.name().isEmpty() || screen.geometry().isEmpty();
+}
+
+/// Qt scales the size of a display, and not its place.
+QRectF inPoints(const QRect& native, const QScreen& screen)
+{
+    return {native.topLeft(), QSizeF(native.size()) / screen.devicePixelRatio()};
 }
 
 QString nameOf(const QScreen& screen)
@@ -61,22 +68,25 @@ ConnectedDisplays::ConnectedDisplays()
 QList<ConnectedDisplay> ConnectedDisplays::displays() const
 {
     QList<ConnectedDisplay> displays;
+    const auto frames = m_frames.frames();
     const QScreen* main = mainScreen();
     for (const QScreen* screen : QGuiApplication::screens()) {
-        if (isPlaceholder(*screen))
+        if (frames ? !frames->contains(screen->name()) : isPlaceholder(*screen))
             continue;
-        const QRect frame = frameOf(*screen);
+        const QRectF frame =
+            frames ? inPoints(frames->value(screen->name()), *screen) : screen->geometry();
         displays.append({
             .info =
                 {
                     .id = displayNumber(screen->name(), screen->manufacturer(), screen->model(),
                         screen->serialNumber()),
                     .name = nameOf(*screen),
-                    .width = frame.width(),
-                    .height = frame.height(),
+                    .width = static_cast<qint64>(frame.width()),
+                    .height = static_cast<qint64>(frame.height()),
                     .isMain = screen == main,
                 },
-            .frame = frame,
+            // A part of a point at the edge is covered, too.
+            .frame = frame.toAlignedRect(),
             .connector = screen->name(),
         });
     }
@@ -87,15 +97,6 @@ QList<ConnectedDisplay> ConnectedDisplays::displays() const
 void ConnectedDisplays::watch(QScreen* screen)
 {
     QObject::connect(screen, &QScreen::geometryChanged, &m_context, [this] { changed(); });
-}
-
-/// In Qt's points, at the place that the window system has it now.
-QRect ConnectedDisplays::frameOf(const QScreen& screen) const
-{
-    const std::optional<QRect> native = m_frames.frame(screen.name());
-    if (!native)
-        return screen.geometry();
-    return {native->topLeft(), native->size() / screen.devicePixelRatio()};
 }
 
 void ConnectedDisplays::changed() const

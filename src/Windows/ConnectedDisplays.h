@@ -17,7 +17,6 @@ public:
 private:
     void watch(QScreen* screen);
     void changed() const;
-    [[nodiscard]] QRect frameOf(const QScreen& screen) const;
 
     DisplayFrames m_frames;
     QObject m_context;

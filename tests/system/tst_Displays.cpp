@@ -144,6 +144,7 @@ void DisplaysTest::staysOutOfTheOperatorsWay()
     };
     QTRY_VERIFY(isSeen(u"#204060"_s));
     m_server->run(u"xdotool"_s, {u"set_desktop"_s, u"1"_s});
+    QTRY_COMPARE(m_server->run(u"xdotool"_s, {u"get_desktop"_s}), u"1\n"_s);
     QVERIFY(isSeen(u"#204060"_s));
     m_server->run(u"xdotool"_s, {u"set_desktop"_s, u"0"_s});
     QTRY_COMPARE(focused(), u"other\n"_s);

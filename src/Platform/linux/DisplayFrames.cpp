@@ -53,7 +53,7 @@ DisplayFrames::DisplayFrames(std::function<void()> onChange)
 
 DisplayFrames::~DisplayFrames() = default;
 
-std::optional<QRect> DisplayFrames::frame(const QString& connector) const
+std::optional<QHash<QString, QRect>> DisplayFrames::frames() const
 {
     if (m_changeEvent == 0)
         return std::nullopt;
@@ -63,13 +63,14 @@ std::optional<QRect> DisplayFrames::frame(const QString& connector) const
         server, xcb_randr_get_monitors(server, rootWindow(server), onlyActive), nullptr));
     if (!reply)
         return std::nullopt;
+    QHash<QString, QRect> frames;
     for (auto monitors = xcb_randr_get_monitors_monitors_iterator(reply.get()); monitors.rem > 0;
          xcb_randr_monitor_info_next(&monitors)) {
         const xcb_randr_monitor_info_t& monitor = *monitors.data;
-        if (atomName(server, monitor.name) == connector)
-            return QRect(monitor.x, monitor.y, monitor.width, monitor.height);
+        frames.insert(atomName(server, monitor.name),
+            QRect(monitor.x, monitor.y, monitor.width, monitor.height));
     }
-    return std::nullopt;
+    return frames;
 }
 
 bool DisplayFrames::nativeEventFilter(
@@ -80,7 +81,16 @@ bool DisplayFrames::nativeEventFilter(
         return false;
     const auto& event = *static_cast<const xcb_generic_event_t*>(message);
     // Qt goes first: it may be about to tell of displays that have come or gone.
-    if ((event.response_type & ~sentByAClient) == m_changeEvent)
-        QMetaObject::invokeMethod(&m_context, m_onChange, Qt::QueuedConnection);
+    if ((event.response_type & ~sentByAClient) == m_changeEvent && !m_isTelling) {
+        m_isTelling = true;
+        QMetaObject::invokeMethod(
+            &m_context, [this] { tell(); }, Qt::QueuedConnection);
+    }
     return false;
+}
+
+void DisplayFrames::tell()
+{
+    m_isTelling = false;
+    m_onChange();
 }
