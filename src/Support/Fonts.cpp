@@ -12,10 +12,11 @@ namespace {
 void loadFonts()
 {
     static const bool loaded = [] {
-        for (QDirIterator files(u":/fonts"_s); files.hasNext();)
-            if (QFontDatabase::addApplicationFont(files.next()) < 0)
-                qCCritical(
-                    controlLog, "The typeface %s cannot be used", qUtf8Printable(files.filePath()));
+        for (QDirIterator files(u":/fonts"_s); files.hasNext();) {
+            const QString file = files.next();
+            if (QFontDatabase::addApplicationFont(file) < 0)
+                qCCritical(controlLog, "The typeface %s cannot be used", qUtf8Printable(file));
+        }
         return true;
     }();
     Q_UNUSED(loaded)

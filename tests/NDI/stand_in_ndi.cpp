@@ -45,13 +45,13 @@ bool isAmiss(const char* what)
 
 bool initialize()
 {
-    note("initialize\n");
+    note("%s\n", "initialize");
     return true;
 }
 
 void destroy()
 {
-    note("destroy\n");
+    note("%s\n", "destroy");
 }
 
 int sender = 0;

@@ -22,7 +22,7 @@ void collect(const QJsonObject& node, const QString& output, QStringList& window
     if (node.contains(u"app_id"_s) && node[u"fullscreen_mode"].toInt() == 1
         && !node[u"focused"].toBool())
         windows += place + u": "_s + node[u"name"].toString();
-    for (const QJsonValue& child : node[u"nodes"].toArray())
+    for (const auto& child : node[u"nodes"].toArray())
         collect(child.toObject(), place, windows);
 }
 

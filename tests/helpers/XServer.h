@@ -24,6 +24,7 @@ public:
     void unplug(const QString& output);
 
     /// Runs a program on the server to its end, and gives what it prints.
+    // NOLINTNEXTLINE(modernize-use-nodiscard): most are run for what they do.
     QString run(const QString& program, const QStringList& arguments) const;
     /// The output of xwininfo for a window with this title, empty when there is none.
     [[nodiscard]] QString windowInfo(const QString& title) const;
