@@ -14,33 +14,15 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 LISTENING = re.compile(r"UDP listening on port (\d+)")
+PROGRAM = ROOT / "build/release/tarrow"
 # Everything the settings document must hold, with any free port.
-SETTINGS = {
-    "textColor": {"r": 1, "g": 1, "b": 1, "a": 1},
-    "backgroundColor": {"r": 0, "g": 0, "b": 0, "a": 1},
-    "amberColor": {"r": 1, "g": 0.69, "b": 0, "a": 1},
-    "redColor": {"r": 1, "g": 0.23, "b": 0.19, "a": 1},
-    "useThresholdColors": True,
-    "amberThresholdSeconds": 300,
-    "redThresholdSeconds": 60,
-    "allowCountUp": False,
-    "playFinishSound": False,
-    "udpPort": 0,
-    "webRemoteEnabled": False,
-    "webPort": 0,
-    "ndiEnabled": False,
-    "ndiSourceName": "Tarrow",
-    "ndiWidth": 1920,
-    "ndiHeight": 1080,
-    "enabledScreenIDs": [],
-}
+SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 
 
 class Program:
     """The program, its log in a file. `changes` are settings other than SETTINGS."""
 
-    def __init__(self, path=ROOT / "build/release/tarrow", display=None, **changes):
-        self.path = path
+    def __init__(self, display=None, **changes):
         self.home = tempfile.TemporaryDirectory()
         self.store("TarrowSettings.v1", SETTINGS | changes)
         self.environment = dict(
@@ -61,7 +43,7 @@ class Program:
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
-        self.process = subprocess.Popen([self.path], env=self.environment, stderr=self.log)
+        self.process = subprocess.Popen([PROGRAM], env=self.environment, stderr=self.log)
         self.port = int(self.wait_for_log(LISTENING)[1])
         return self
 

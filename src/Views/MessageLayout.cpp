@@ -69,7 +69,8 @@ QString withLineSeparators(QString text)
     return text;
 }
 
-bool hasRightToLeft(const QString& text)
+/// Characters beyond the first plane count as right-to-left: some are, and few messages have any.
+bool mayHaveRightToLeft(const QString& text)
 {
     return std::ranges::any_of(text, [](QChar character) {
         return character.direction() == QChar::DirR || character.direction() == QChar::DirAL
@@ -85,7 +86,7 @@ public:
         : m_text(text)
         , m_metrics(metrics)
         , m_layout(text, messageFont())
-        , m_isSideBySide(!hasRightToLeft(text))
+        , m_isSideBySide(!mayHaveRightToLeft(text))
     {
         if (!m_isSideBySide)
             return;

@@ -4,6 +4,7 @@
 #include "helpers/MemoryPreferences.h"
 
 #include <QPaintEvent>
+#include <QScreen>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -34,6 +35,7 @@ class OutputViewTest : public QObject {
 private Q_SLOTS:
     void repaintsWhatChanged_data();
     void repaintsWhatChanged();
+    void leavesNoInkBehind();
 };
 
 void OutputViewTest::repaintsWhatChanged_data()
@@ -108,6 +110,39 @@ void OutputViewTest::repaintsWhatChanged()
         {u"time above"_s, QRect(0, 0, 400, 80)},
     };
     QCOMPARE(view.painted, regions[repainted]);
+}
+
+/// Tails of a time of day reach below the box of the time.
+void OutputViewTest::leavesNoInkBehind()
+{
+    MemoryPreferences preferences;
+    AppSettings settings(preferences);
+    ManualClock clock;
+    QString timeOfDay = u"-"_s;
+    TimerEngine engine(settings, clock.clock(), [&](Instant) { return timeOfDay; });
+    engine.setClock(true);
+    MessageAnimator animator(engine, clock.clock());
+    engine.setMessage(u"Doors"_s);
+    clock.advance(300ms);
+    animator.frame();
+    OutputView view(engine, settings, animator);
+    view.resize(1000, 500);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+
+    for (const QString& text : {u"Çý"_s, u"-"_s}) {
+        timeOfDay = text;
+        clock.advance(1s);
+        engine.tick();
+        QCOMPARE(engine.snapshot.value().timeText, text);
+        QCoreApplication::processEvents();
+        const QImage shown = view.screen()->grabWindow(view.winId()).toImage();
+        QImage fresh(view.size(), shown.format());
+        QPainter painter(&fresh);
+        paintOutput(painter, view.size(), OutputContent::of(engine, settings, animator));
+        painter.end();
+        QCOMPARE(shown, fresh);
+    }
 }
 
 QTEST_MAIN(OutputViewTest)

@@ -1,6 +1,7 @@
 #include "helpers/RunningProgram.h"
 
 #include <QDeadlineTimer>
+#include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSettings>
@@ -53,26 +54,10 @@ QByteArray RunningProgram::stored(const QString& key) const
 
 QByteArray RunningProgram::settingsDocument(const QJsonObject& changes)
 {
-    QJsonObject document = QJsonDocument::fromJson(R"({
-        "textColor": {"r": 1, "g": 1, "b": 1, "a": 1},
-        "backgroundColor": {"r": 0, "g": 0, "b": 0, "a": 1},
-        "amberColor": {"r": 1, "g": 0.69, "b": 0, "a": 1},
-        "redColor": {"r": 1, "g": 0.23, "b": 0.19, "a": 1},
-        "useThresholdColors": true,
-        "amberThresholdSeconds": 300,
-        "redThresholdSeconds": 60,
-        "allowCountUp": false,
-        "playFinishSound": false,
-        "udpPort": 0,
-        "webRemoteEnabled": false,
-        "webPort": 0,
-        "ndiEnabled": false,
-        "ndiSourceName": "Tarrow",
-        "ndiWidth": 1920,
-        "ndiHeight": 1080,
-        "enabledScreenIDs": []
-    })")
-                               .object();
+    QFile file(QStringLiteral(TARROW_SUPPORT_FOLDER "/settings.json"));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("no settings for the program");
+    QJsonObject document = QJsonDocument::fromJson(file.readAll()).object();
     for (auto change = changes.begin(); change != changes.end(); ++change)
         document.insert(change.key(), change.value());
     return QJsonDocument(document).toJson(QJsonDocument::Compact);

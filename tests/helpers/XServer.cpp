@@ -16,7 +16,7 @@ const QStringList modes[] {
 XServer::XServer()
 {
     m_process.start(u"Xorg"_s,
-        {u"-displayfd"_s, u"1"_s, u"-config"_s, QStringLiteral(TARROW_XORG_CONFIGURATION),
+        {u"-displayfd"_s, u"1"_s, u"-config"_s, QStringLiteral(TARROW_SUPPORT_FOLDER "/xorg.conf"),
             u"-noreset"_s, u"-novtswitch"_s, u"-sharevts"_s, u"-nolisten"_s, u"tcp"_s,
             u"-logfile"_s, m_folder.filePath(u"log"_s)});
     while (m_process.waitForReadyRead() && !m_process.canReadLine()) { }
