@@ -2,6 +2,7 @@
 
 #include "Support/Fonts.h"
 #include "Views/MessageLayout.h"
+#include "Views/TimeGlyphs.h"
 
 #include <QCache>
 #include <QFontMetricsF>
@@ -50,14 +51,18 @@ struct TimeLayout {
     QPointF start;
 };
 
-void paintTime(QPainter& painter, const QRectF& box, const QString& text)
+enum class TimeMotion { none, resizing };
+
+void paintTime(QPainter& painter, const QRectF& box, const QString& text, TimeMotion motion)
 {
     const TimeLayout layout(box.size(), text);
     painter.save();
     painter.translate(box.center());
     painter.scale(layout.scale, layout.scale);
     painter.setFont(TimeLayout::font());
-    painter.drawText(layout.start, layout.text);
+    // While it moves it has another size in every frame, and steps of whole pixels would be seen.
+    if (motion == TimeMotion::resizing || !paintTimeGlyphs(painter, layout.start, layout.text))
+        painter.drawText(layout.start, layout.text);
     painter.restore();
 }
 
@@ -143,7 +148,9 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
     if (!snapshot.isBlackout) {
         painter.setPen(toColor(colors.text));
         const QRectF time = timeBox(size, transition.presence);
-        paintTime(painter, time, snapshot.timeText);
+        const bool isSettled = transition.presence == 0 || transition.presence == 1;
+        paintTime(painter, time, snapshot.timeText,
+            isSettled ? TimeMotion::none : TimeMotion::resizing);
         // The message moves in from below as the time makes room for it.
         for (const MessageLayer& layer : transition.layers)
             paintMessage(painter, size, time.bottom(), layer.text, layer.opacity);

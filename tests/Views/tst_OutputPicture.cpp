@@ -77,6 +77,8 @@ private Q_SLOTS:
     void sizesTheTimeByItsBox();
     void centresTheTime_data();
     void centresTheTime();
+    void looksTheSameHoweverThePainterLies_data();
+    void looksTheSameHoweverThePainterLies();
     void cutsATimeThatIsTooWide();
     void sharesTheRoomWithAMessage();
     void movesTheMessageInFromBelow();
@@ -134,6 +136,40 @@ void OutputPictureTest::centresTheTime()
     QVERIFY(qAbs(time.height() - 0.75 * fontSize) <= 0.02 * fontSize + 2);
     // Five cells of 0.6, less the bearings at both ends.
     QVERIFY(time.width() < 3.0 * fontSize && time.width() > 2.8 * fontSize);
+}
+
+void OutputPictureTest::looksTheSameHoweverThePainterLies_data()
+{
+    QTest::addColumn<QTransform>("transform");
+
+    QTest::newRow("as it is") << QTransform();
+    QTest::newRow("moved") << QTransform::fromTranslate(30, 20);
+    QTest::newRow("two pixels a unit") << QTransform::fromScale(2, 2).translate(10, 10);
+    QTest::newRow("on its side") << QTransform().rotate(90).translate(0, -180);
+    QTest::newRow("stretched") << QTransform::fromScale(1, 1.5);
+}
+
+void OutputPictureTest::looksTheSameHoweverThePainterLies()
+{
+    QFETCH(QTransform, transform);
+    constexpr QSize size(320, 180);
+    const OutputContent content {{.timeText = u"-12:34"_s}, {black, white}};
+
+    QImage image(700, 400, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::black);
+    QPainter painter(&image);
+    painter.setTransform(transform);
+    paintOutput(painter, size, content);
+    painter.end();
+
+    const QRectF upright = ink(picture(content.snapshot, content.colors, size), {{}, size});
+    const QRectF expected = transform.mapRect(upright);
+    const QRectF actual = ink(image, image.rect());
+    const QMarginsF difference(actual.left() - expected.left(), actual.top() - expected.top(),
+        actual.right() - expected.right(), actual.bottom() - expected.bottom());
+    for (const double side : {difference.left(), difference.top(), difference.right(),
+             difference.bottom()})
+        QVERIFY2(qAbs(side) <= 2, qPrintable(u"off by %1"_s.arg(side)));
 }
 
 void OutputPictureTest::cutsATimeThatIsTooWide()
