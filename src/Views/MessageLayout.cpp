@@ -104,17 +104,28 @@ public:
         if (!m_isSideBySide)
             return m_metrics.horizontalAdvance(m_text.sliced(start, end - start));
         QTextLine line = m_layout.lineAt(m_line);
-        while (start >= line.textStart() + line.textLength())
+        while (start >= line.textStart() + line.textLength()) {
             line = m_layout.lineAt(++m_line);
-        return line.cursorToX(end) - line.cursorToX(start);
+            m_end = {};
+        }
+        const double left = start == m_end.position ? m_end.x : line.cursorToX(start);
+        m_end = {end, line.cursorToX(end)};
+        return m_end.x - left;
     }
 
 private:
+    /// Of the piece before: most begin where that one ended.
+    struct Edge {
+        int position = -1;
+        double x = 0;
+    };
+
     const QString& m_text;
     const QFontMetricsF& m_metrics;
     QTextLayout m_layout;
     bool m_isSideBySide;
     int m_line = 0;
+    Edge m_end;
 };
 
 std::vector<Word> wordsOf(const QString& text, const QFontMetricsF& metrics)
