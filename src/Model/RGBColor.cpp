@@ -1,5 +1,6 @@
 #include "Model/RGBColor.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -12,6 +13,15 @@ constexpr std::array<std::pair<QStringView, double RGBColor::*>, 4> components {
     {u"a", &RGBColor::a},
 }};
 
+}
+
+QColor toColor(const RGBColor& color)
+{
+    const auto component = [](double value) {
+        return static_cast<float>(std::clamp(value, 0.0, 1.0));
+    };
+    return QColor::fromRgbF(
+        component(color.r), component(color.g), component(color.b), component(color.a));
 }
 
 QJsonValue JsonForm<RGBColor>::encode(const RGBColor& color)

@@ -2,6 +2,8 @@
 
 #include "Support/StrictJson.h"
 
+#include <QColor>
+
 /// A colour in sRGB. The components are meant to lie in 0...1; nothing clamps them.
 struct RGBColor {
     double r = 0;
@@ -12,6 +14,9 @@ struct RGBColor {
 
     bool operator==(const RGBColor&) const = default;
 };
+
+/// With every component held to 0...1.
+[[nodiscard]] QColor toColor(const RGBColor& color);
 
 /// An object with the keys "r", "g", "b" and "a", all of them required.
 template <> struct JsonForm<RGBColor> {

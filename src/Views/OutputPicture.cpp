@@ -16,15 +16,6 @@ constexpr double timeShareWithMessage = 0.4;
 /// The time is measured at this size, and drawn at any by scaling the painter.
 constexpr int timeLayoutSize = 200;
 
-QColor toColor(const RGBColor& color)
-{
-    const auto component = [](double value) {
-        return static_cast<float>(std::clamp(value, 0.0, 1.0));
-    };
-    return QColor::fromRgbF(
-        component(color.r), component(color.g), component(color.b), component(color.a));
-}
-
 /// A time as it is drawn in a box: around the box's centre, in units of `scale`.
 struct TimeLayout {
     TimeLayout(const QSizeF& box, const QString& time)
@@ -149,8 +140,8 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
         painter.setPen(toColor(colors.text));
         const QRectF time = timeBox(size, transition.presence);
         const bool isSettled = transition.presence == 0 || transition.presence == 1;
-        paintTime(painter, time, snapshot.timeText,
-            isSettled ? TimeMotion::none : TimeMotion::resizing);
+        paintTime(
+            painter, time, snapshot.timeText, isSettled ? TimeMotion::none : TimeMotion::resizing);
         // The message moves in from below as the time makes room for it.
         for (const MessageLayer& layer : transition.layers)
             paintMessage(painter, size, time.bottom(), layer.text, layer.opacity);
