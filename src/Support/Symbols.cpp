@@ -3,6 +3,7 @@
 #include "Support/ControlLog.h"
 
 #include <QCache>
+#include <QFile>
 #include <QHash>
 #include <QImage>
 #include <QSvgRenderer>
@@ -36,11 +37,12 @@ QSvgRenderer* renderer(const QString& name)
     const auto known = renderers.constFind(name);
     if (known != renderers.cend())
         return known->get();
-    auto made = std::make_shared<QSvgRenderer>();
-    if (!made->load(u":/symbols/%1.svg"_s.arg(name))) {
+    std::shared_ptr<QSvgRenderer> made;
+    const QString file = u":/symbols/%1.svg"_s.arg(name);
+    if (QFile::exists(file))
+        made = std::make_shared<QSvgRenderer>(file);
+    else
         qCCritical(controlLog, "There is no symbol %s", qUtf8Printable(name));
-        made.reset();
-    }
     return renderers.insert(name, std::move(made))->get();
 }
 

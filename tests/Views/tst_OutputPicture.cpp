@@ -2,6 +2,7 @@
 
 #include "Support/Fonts.h"
 #include "Views/MessageLayout.h"
+#include "helpers/Ink.h"
 #include "helpers/MemoryPreferences.h"
 
 #include <QImage>
@@ -23,20 +24,6 @@ QImage picture(const DisplaySnapshot& snapshot, OutputColors colors = {black, wh
     QPainter painter(&image);
     paintOutput(painter, size, {snapshot, colors, MessageTransition::settled(snapshot.message)});
     return image;
-}
-
-/// The smallest rectangle around what is not background, within `area`.
-QRect ink(const QImage& image, const QRect& area)
-{
-    const QRgb background = image.pixel(0, 0);
-    QRect bounds;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            if (image.pixel(x, y) != background)
-                bounds |= QRect(x, y, 1, 1);
-        }
-    }
-    return bounds;
 }
 
 /// Whether a plain layout of the text at a size has four lines at most, all within the box.

@@ -1,0 +1,256 @@
+#include "StreamDeck/StreamDeckRoles.h"
+
+#include "helpers/MemoryPreferences.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using StreamDeckImage::KeyFace;
+using Phase = TimerEngine::Phase;
+using Plain = StreamDeckRole::Plain;
+
+QColor rgb(double r, double g, double b)
+{
+    return QColor::fromRgbF(static_cast<float>(r), static_cast<float>(g), static_cast<float>(b));
+}
+
+const QColor darkGrey = rgb(0.10, 0.10, 0.11);
+const QColor ink = rgb(0.06, 0.06, 0.07);
+const QColor red = rgb(0.95, 0.33, 0.33);
+const QColor green = rgb(0.30, 0.82, 0.45);
+const QColor blue = rgb(0.38, 0.64, 0.96);
+const QColor teal = rgb(0.18, 0.83, 0.75);
+const QColor amber = rgb(0.98, 0.74, 0.16);
+const QColor purple = rgb(0.75, 0.52, 0.96);
+const QColor pink = rgb(0.99, 0.45, 0.62);
+const QColor slate = rgb(0.60, 0.64, 0.72);
+
+const StreamDeckState idle {.snapshot = {}, .thresholdColor = {}, .currentCueIndex = {}};
+
+StreamDeckState in(Phase phase)
+{
+    StreamDeckState state = idle;
+    state.phase = phase;
+    return state;
+}
+
+StreamDeckState showing(const DisplaySnapshot& snapshot, Phase phase = Phase::running)
+{
+    StreamDeckState state = in(phase);
+    state.snapshot = snapshot;
+    state.thresholdColor = {.r = 1, .g = 0.5, .b = 0};
+    return state;
+}
+
+StreamDeckState switchedOn(bool StreamDeckState::*member)
+{
+    StreamDeckState state = idle;
+    state.*member = true;
+    return state;
+}
+
+StreamDeckState atCue(qint64 index)
+{
+    StreamDeckState state = idle;
+    state.currentCueIndex = index;
+    return state;
+}
+
+/// The key in a few characters: what it reads, or its symbol where two read alike.
+QString label(const StreamDeckRole& role)
+{
+    const KeyFace shown = face(role, idle);
+    if (shown == KeyFace::blank)
+        return u"-"_s;
+    return shown.title == u"Cue" ? *shown.systemSymbol : shown.title;
+}
+
+} // namespace
+
+class StreamDeckRolesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void laysOutTheKeys_data();
+    void laysOutTheKeys();
+    void drawsFaces_data();
+    void drawsFaces();
+    void shortensMessages_data();
+    void shortensMessages();
+    void readsTheProgramsState();
+};
+
+void StreamDeckRolesTest::laysOutTheKeys_data()
+{
+    QTest::addColumn<int>("keyCount");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("0") << 0 << u""_s;
+    QTest::newRow("1") << 1 << u"GO"_s;
+    QTest::newRow("3") << 3 << u"backward.fill|GO|forward.fill"_s;
+    QTest::newRow("4") << 4 << u"00:00|-|-|GO"_s;
+    QTest::newRow("6") << 6 << u"00:00|STOP|Black|GO|Pause|Cue GO"_s;
+    QTest::newRow("8") << 8 << u"00:00|backward.fill|forward.fill|STOP|GO|Pause|Black|Attn"_s;
+    QTest::newRow("15") << 15
+                        << u"00:00|backward.fill|forward.fill|Cue GO|STOP|"
+                           "GO|Pause|−1 min|+1 min|Black|"
+                           "5 min|10 min|20 min|Attn|Clock"_s;
+    QTest::newRow("32") << 32
+                        << u"00:00|GO|Pause|−1 min|+1 min|-|-|STOP|"
+                           "backward.fill|forward.fill|Cue GO|Follow|-|-|Black|Clock|"
+                           "5 min|10 min|20 min|30 min|60 min|-|Loop|Over|"
+                           "Attn|PLEASE …|5 MINUT…|STARTIN…|-|-|-|Clr Msg"_s;
+}
+
+void StreamDeckRolesTest::laysOutTheKeys()
+{
+    QFETCH(int, keyCount);
+    QFETCH(QString, expected);
+
+    StreamDeckModel model;
+    model.keyCount = keyCount;
+    QStringList labels;
+    for (const StreamDeckRole& role : defaultRoles(model))
+        labels.push_back(label(role));
+    QCOMPARE(labels.join(u'|'), expected);
+}
+
+void StreamDeckRolesTest::drawsFaces_data()
+{
+    QTest::addColumn<StreamDeckRole>("role");
+    QTest::addColumn<StreamDeckState>("state");
+    QTest::addColumn<KeyFace>("expected");
+
+    const auto row = [](const char* name, const StreamDeckRole& role, const StreamDeckState& state,
+                         const QString& title, const char* symbol, const QColor& tint,
+                         const QColor& background) {
+        QTest::newRow(name) << role << state
+                            << KeyFace {.title = title,
+                                   .subtitle = {},
+                                   .systemSymbol = QString::fromLatin1(symbol),
+                                   .tint = tint,
+                                   .background = background};
+    };
+    using enum Plain;
+    const DisplaySnapshot black {.timeText = u"04:11"_s, .isBlackout = true};
+    const DisplaySnapshot onAir {.message = u"Something else"_s};
+    // clang-format off
+    row("go",            go, idle,               u"GO"_s, "play.fill", green, darkGrey);
+    row("go, paused",    go, in(Phase::paused),  u"GO"_s, "play.fill", green, darkGrey);
+    row("go, running",   go, in(Phase::running), u"GO"_s, "play.fill", ink, green);
+    row("pause",         pause, in(Phase::running), u"Pause"_s, "pause.fill", purple, darkGrey);
+    row("pause, paused", pause, in(Phase::paused), u"RESUME"_s, "play.fill", ink, purple);
+    row("stop",          stop, in(Phase::running), u"STOP"_s, "stop.fill", red, darkGrey);
+    row("addMinute",     addMinute, idle, u"+1 min"_s, "plus", slate, darkGrey);
+    row("subMinute",     subMinute, idle, u"\u22121 min"_s, "minus", slate, darkGrey);
+    row("cueGo",         cueGo, atCue(1), u"Cue GO"_s, "play.circle.fill", green, darkGrey);
+    row("follow",        follow, idle, u"Follow"_s, "repeat.1", teal, darkGrey);
+    row("follow, on",    follow, switchedOn(&StreamDeckState::cueFollow), u"FOLLOW"_s, "repeat.1", ink, teal);
+    row("blackout",      blackout, idle, u"Black"_s, "moon.fill", amber, darkGrey);
+    row("blackout, on",  blackout, showing(black), u"BLACK"_s, "moon.fill", ink, amber);
+    row("attention",     attention, idle, u"Attn"_s, "exclamationmark.triangle.fill", amber, darkGrey);
+    row("loop",          loop, idle, u"Loop"_s, "repeat", teal, darkGrey);
+    row("loop, on",      loop, switchedOn(&StreamDeckState::loop), u"LOOP"_s, "repeat", ink, teal);
+    row("overtime",      overtime, idle, u"Over"_s, "arrow.up.circle", purple, darkGrey);
+    row("overtime, on",  overtime, switchedOn(&StreamDeckState::allowCountUp), u"OVER"_s, "arrow.up.circle.fill", ink, purple);
+    row("clock",         Plain::clock, idle, u"Clock"_s, "clock", blue, darkGrey);
+    row("clock, on",     Plain::clock, in(Phase::clock), u"CLOCK"_s, "clock.fill", ink, blue);
+    row("clearMessage",  clearMessage, showing(onAir), u"Clr Msg"_s, "xmark", slate, darkGrey);
+    row("quickSet",      StreamDeckRole::QuickSet {90}, idle, u"90 min"_s, "timer", slate, darkGrey);
+    row("message",       StreamDeckRole::Message {u"Wrap up"_s}, idle, u"Wrap up"_s, "text.bubble", pink, darkGrey);
+    row("message, any on air", StreamDeckRole::Message {u"Wrap up"_s}, showing(onAir), u"Wrap up"_s, "text.bubble.fill", ink, pink);
+    // clang-format on
+
+    const auto time = [](const char* name, const StreamDeckState& state, const QString& title,
+                          const QColor& tint) {
+        QTest::newRow(name) << StreamDeckRole(liveTime) << state
+                            << KeyFace {.title = title,
+                                   .subtitle = {},
+                                   .systemSymbol = {},
+                                   .tint = tint,
+                                   .background = darkGrey,
+                                   .largeTitle = true};
+    };
+    const DisplaySnapshot snapshot {.timeText = u"04:11"_s};
+    time("time", showing(snapshot), u"04:11"_s, rgb(1, 0.5, 0));
+    time("time, clock", showing(snapshot, Phase::clock), u"04:11"_s, rgb(1, 0.5, 0));
+    time("time, paused", showing(snapshot, Phase::paused), u"04:11"_s, purple);
+    time("time, blackout", showing(black, Phase::paused), u"BLACK"_s, amber);
+
+    const auto cue = [](const char* name, Plain role, const StreamDeckState& state,
+                         const QString& symbol, const QString& subtitle) {
+        QTest::newRow(name) << StreamDeckRole(role) << state
+                            << KeyFace {.title = u"Cue"_s,
+                                   .subtitle = subtitle,
+                                   .systemSymbol = symbol,
+                                   .tint = blue,
+                                   .background = darkGrey,
+                                   .reserveSubtitle = true};
+    };
+    cue("cuePrev", cuePrev, idle, u"backward.fill"_s, {});
+    cue("cuePrev, first cue", cuePrev, atCue(0), u"backward.fill"_s, u"cue 1"_s);
+    cue("cueNext, third cue", cueNext, atCue(2), u"forward.fill"_s, u"cue 3"_s);
+}
+
+void StreamDeckRolesTest::drawsFaces()
+{
+    QFETCH(StreamDeckRole, role);
+    QFETCH(StreamDeckState, state);
+    QFETCH(KeyFace, expected);
+
+    const KeyFace shown = face(role, state);
+    QCOMPARE(shown.title, expected.title);
+    QVERIFY(shown == expected);
+}
+
+void StreamDeckRolesTest::shortensMessages_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("8") << u"12345678"_s << u"12345678"_s;
+    QTest::newRow("9") << u"123456789"_s << u"1234567…"_s;
+    QTest::newRow("ends in a space") << u"PLEASE WRAP UP"_s << u"PLEASE …"_s;
+    QTest::newRow("8 of four bytes") << u"😀"_s.repeated(8) << u"😀"_s.repeated(8);
+    QTest::newRow("9 with accents") << u"e\u0301"_s.repeated(9) << u"e\u0301"_s.repeated(7) + u'…';
+    QTest::newRow("none") << u""_s << u""_s;
+}
+
+void StreamDeckRolesTest::shortensMessages()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, expected);
+    QCOMPARE(face(StreamDeckRole::Message {text}, idle).title, expected);
+}
+
+void StreamDeckRolesTest::readsTheProgramsState()
+{
+    MemoryPreferences preferences;
+    AppSettings settings(preferences);
+    TimerEngine engine(settings);
+    CueController cues(engine, settings, preferences);
+    QCOMPARE(StreamDeckState::of(engine, settings, cues).currentCueIndex, std::nullopt);
+
+    settings.allowCountUp = true;
+    settings.cueFollow = true;
+    settings.redColor = {.r = 0.25, .g = 0.5, .b = 0.75};
+    engine.loop = true;
+    engine.setMessage(u"Doors open"_s);
+    cues.add(u"One"_s, 5);
+    cues.add(u"Two"_s, 0.5);
+    cues.select(1);
+
+    const StreamDeckState state = StreamDeckState::of(engine, settings, cues);
+    QVERIFY(state.snapshot == engine.snapshot.value());
+    QCOMPARE(state.snapshot.timeText, u"00:30"_s);
+    QVERIFY(state.phase == Phase::running);
+    QVERIFY(state.thresholdColor == settings.redColor.value());
+    QVERIFY(state.loop && state.allowCountUp && state.cueFollow);
+    QCOMPARE(state.currentCueIndex, 1);
+}
+
+QTEST_MAIN(StreamDeckRolesTest)
+#include "tst_StreamDeckRoles.moc"
