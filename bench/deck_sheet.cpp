@@ -30,7 +30,7 @@ const RGBColor amber {.r = 1, .g = 176.0 / 255, .b = 0};
 const QList<Scene>& scenes()
 {
     static const QList<Scene> all {
-        {u"Idle"_s, {.snapshot = {}, .thresholdColor = white, .currentCueIndex = {}}},
+        {u"Idle"_s, {.thresholdColor = white}},
         {u"Running"_s,
             {.snapshot = {.timeText = u"12:47"_s},
                 .phase = Phase::running,
@@ -41,8 +41,7 @@ const QList<Scene>& scenes()
             {.snapshot = {.timeText = u"04:11"_s, .threshold = TimeThreshold::amber},
                 .phase = Phase::paused,
                 .thresholdColor = amber,
-                .loop = true,
-                .currentCueIndex = {}}},
+                .loop = true}},
         {u"Blackout"_s,
             {.snapshot = {.timeText = u"12:47"_s, .isBlackout = true},
                 .phase = Phase::running,
@@ -54,13 +53,11 @@ const QList<Scene>& scenes()
                  .message = u"PLEASE WRAP UP"_s},
                 .phase = Phase::running,
                 .thresholdColor = amber,
-                .allowCountUp = true,
-                .currentCueIndex = {}}},
+                .allowCountUp = true}},
         {u"Time of day"_s,
             {.snapshot = {.timeText = u"9:41 PM"_s},
                 .phase = Phase::clock,
-                .thresholdColor = white,
-                .currentCueIndex = {}}},
+                .thresholdColor = white}},
     };
     return all;
 }
@@ -104,7 +101,8 @@ QImage sheet(const StreamDeckModel& model)
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
     for (int i = 0; i < scenes().size(); ++i) {
         painter.save();
-        painter.translate(gap + i % columns * cell.width(), gap + i / columns * cell.height());
+        const QPoint place(i % columns * cell.width(), i / columns * cell.height());
+        painter.translate(place + QPoint(gap, gap));
         painter.setFont(Fonts::system(20, QFont::DemiBold));
         painter.setPen(QColor(0xd8, 0xd8, 0xdc));
         painter.drawText(gap, captionHeight - 16, scenes()[i].caption);

@@ -121,11 +121,7 @@ void append32(QByteArray& bytes, quint32 value)
 
 } // namespace
 
-const KeyFace KeyFace::blank {.title = {},
-    .subtitle = {},
-    .systemSymbol = {},
-    .tint = Qt::white,
-    .background = QColor::fromRgbF(0.06F, 0.06F, 0.06F)};
+const KeyFace KeyFace::blank {.background = QColor::fromRgbF(0.06F, 0.06F, 0.06F)};
 
 QImage render(const KeyFace& face, int pixels)
 {

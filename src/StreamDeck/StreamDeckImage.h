@@ -16,14 +16,14 @@ namespace StreamDeckImage {
 /// What one key shows.
 struct KeyFace {
     /// Empty for none.
-    QString title;
+    QString title = {};
     /// Small, at the bottom; empty for none.
-    QString subtitle;
+    QString subtitle = {};
     /// Drawn above the title; a name that no symbol has draws nothing.
-    std::optional<QString> systemSymbol;
+    std::optional<QString> systemSymbol = {};
     /// Of everything that is drawn; the subtitle is a little fainter.
     QColor tint = Qt::white;
-    QColor background;
+    QColor background = Qt::black;
     /// Lit: the background is lighter.
     bool pressed = false;
     /// Keeps the room of an empty subtitle free, so that the key lines up with those that have one.

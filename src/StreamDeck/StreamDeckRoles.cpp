@@ -54,7 +54,7 @@ struct Design {
 
 const auto& designs()
 {
-    using enum Plain;
+    using enum StreamDeckRole::Plain;
     using State = const StreamDeckState&;
     // role, colour, its look; its look while lit, and when that is
     // clang-format off
@@ -88,11 +88,8 @@ const auto& designs()
 
 KeyFace dark(const Look& look, const QColor& accent)
 {
-    return {.title = look.title,
-        .subtitle = {},
-        .systemSymbol = look.symbol,
-        .tint = accent,
-        .background = pal().dark};
+    return {
+        .title = look.title, .systemSymbol = look.symbol, .tint = accent, .background = pal().dark};
 }
 
 KeyFace lit(const Look& look, const QColor& accent)
@@ -105,8 +102,6 @@ KeyFace lit(const Look& look, const QColor& accent)
 KeyFace timeFace(const StreamDeckState& state)
 {
     KeyFace face {.title = state.snapshot.timeText,
-        .subtitle = {},
-        .systemSymbol = {},
         .tint = toColor(state.thresholdColor),
         .background = pal().dark,
         .largeTitle = true};
@@ -165,7 +160,7 @@ KeyFace plainFace(Plain role, const StreamDeckState& state)
 
 QList<StreamDeckRole> defaultRoles(const StreamDeckModel& model)
 {
-    using enum Plain;
+    using enum StreamDeckRole::Plain;
     switch (model.keyCount) {
     // clang-format off
     case 3:

@@ -74,14 +74,14 @@ struct StreamDeckState {
     static StreamDeckState of(
         const TimerEngine& engine, const AppSettings& settings, const CueController& cues);
 
-    DisplaySnapshot snapshot;
+    DisplaySnapshot snapshot = {};
     TimerEngine::Phase phase = TimerEngine::Phase::idle;
     /// The colour of the time.
-    RGBColor thresholdColor;
+    RGBColor thresholdColor = {};
     bool loop = false;
     bool allowCountUp = false;
     bool cueFollow = false;
-    std::optional<qint64> currentCueIndex;
+    std::optional<qint64> currentCueIndex = {};
 
     bool operator==(const StreamDeckState&) const = default;
 };

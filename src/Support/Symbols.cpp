@@ -9,7 +9,6 @@
 #include <QSvgRenderer>
 
 #include <memory>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -43,7 +42,7 @@ QSvgRenderer* renderer(const QString& name)
         made = std::make_shared<QSvgRenderer>(file);
     else
         qCCritical(controlLog, "There is no symbol %s", qUtf8Printable(name));
-    return renderers.insert(name, std::move(made))->get();
+    return renderers.insert(name, made)->get();
 }
 
 QRectF fitted(const QSizeF& size, const QRectF& box)
@@ -72,7 +71,7 @@ QImage picture(QSvgRenderer& symbol, const PictureKey& key)
 
     if (const QImage* known = cache.object(key))
         return *known;
-    const QImage drawn = drawPicture(symbol, key);
+    QImage drawn = drawPicture(symbol, key);
     cache.insert(key, std::make_unique<QImage>(drawn).release(), drawn.sizeInBytes());
     return drawn;
 }

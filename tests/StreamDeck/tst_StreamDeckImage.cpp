@@ -9,7 +9,7 @@ using namespace StreamDeckImage;
 
 namespace {
 
-const KeyFace plain {.title = {}, .subtitle = {}, .systemSymbol = {}, .background = Qt::black};
+const KeyFace plain;
 
 KeyFace with(KeyFace face, const QString& title, const QString& subtitle = {},
     const std::optional<QString>& symbol = {})

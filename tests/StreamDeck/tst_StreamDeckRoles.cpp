@@ -28,7 +28,7 @@ const QColor purple = rgb(0.75, 0.52, 0.96);
 const QColor pink = rgb(0.99, 0.45, 0.62);
 const QColor slate = rgb(0.60, 0.64, 0.72);
 
-const StreamDeckState idle {.snapshot = {}, .thresholdColor = {}, .currentCueIndex = {}};
+const StreamDeckState idle;
 
 StreamDeckState in(Phase phase)
 {
@@ -129,12 +129,11 @@ void StreamDeckRolesTest::drawsFaces_data()
                          const QColor& background) {
         QTest::newRow(name) << role << state
                             << KeyFace {.title = title,
-                                   .subtitle = {},
                                    .systemSymbol = QString::fromLatin1(symbol),
                                    .tint = tint,
                                    .background = background};
     };
-    using enum Plain;
+    using enum StreamDeckRole::Plain;
     const DisplaySnapshot black {.timeText = u"04:11"_s, .isBlackout = true};
     const DisplaySnapshot onAir {.message = u"Something else"_s};
     // clang-format off
@@ -168,8 +167,6 @@ void StreamDeckRolesTest::drawsFaces_data()
                           const QColor& tint) {
         QTest::newRow(name) << StreamDeckRole(liveTime) << state
                             << KeyFace {.title = title,
-                                   .subtitle = {},
-                                   .systemSymbol = {},
                                    .tint = tint,
                                    .background = darkGrey,
                                    .largeTitle = true};
