@@ -1,7 +1,7 @@
 // Painting the audience picture, against filling the same buffer; and fitting a long message,
-// against laying the same text out once. One line each: a name, the median ratio of pairs
-// measured side by side, the median of our half in milliseconds.
+// against laying the same text out once. One line each, as PairTiming.h says.
 
+#include "PairTiming.h"
 #include "Support/Fonts.h"
 #include "Views/MessageLayout.h"
 #include "Views/OutputPicture.h"
@@ -10,45 +10,13 @@
 #include <QImage>
 #include <QTextLayout>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <vector>
 
 using namespace Qt::StringLiterals;
+using PairTiming::compare;
 
 namespace {
-
-constexpr int pairs = 41;
-
-template <typename Work> double milliseconds(const Work& work)
-{
-    using clock = std::chrono::steady_clock;
-    const auto start = clock::now();
-    work();
-    return std::chrono::duration<double, std::milli>(clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<qptrdiff>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-/// `ours(i)` and `theirs(i)` are the work of pair number i.
-template <typename Ours, typename Theirs>
-void compare(const char* name, const Ours& ours, const Theirs& theirs)
-{
-    std::vector<double> ratios;
-    std::vector<double> times;
-    for (int i = 0; i < pairs; ++i) {
-        times.push_back(milliseconds([&] { ours(i); }));
-        ratios.push_back(times.back() / milliseconds([&] { theirs(i); }));
-    }
-    std::printf("%s %.3f %.3f\n", name, median(ratios), median(times));
-}
 
 const OutputColors colors {.background = {0, 0, 0, 1}, .text = {1, 1, 1, 1}};
 
