@@ -149,8 +149,8 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
         painter.setPen(toColor(colors.text));
         const QRectF time = timeBox(size, transition.presence);
         const bool isSettled = transition.presence == 0 || transition.presence == 1;
-        paintTime(painter, time, snapshot.timeText,
-            isSettled ? TimeMotion::none : TimeMotion::resizing);
+        paintTime(
+            painter, time, snapshot.timeText, isSettled ? TimeMotion::none : TimeMotion::resizing);
         // The message moves in from below as the time makes room for it.
         for (const MessageLayer& layer : transition.layers)
             paintMessage(painter, size, time.bottom(), layer.text, layer.opacity);

@@ -167,8 +167,8 @@ void OutputPictureTest::looksTheSameHoweverThePainterLies()
     const QRectF actual = ink(image, image.rect());
     const QMarginsF difference(actual.left() - expected.left(), actual.top() - expected.top(),
         actual.right() - expected.right(), actual.bottom() - expected.bottom());
-    for (const double side : {difference.left(), difference.top(), difference.right(),
-             difference.bottom()})
+    for (const double side :
+        {difference.left(), difference.top(), difference.right(), difference.bottom()})
         QVERIFY2(qAbs(side) <= 2, qPrintable(u"off by %1"_s.arg(side)));
 }
 
