@@ -1,9 +1,8 @@
 // A full redraw of a deck with 32 keys (drawn, turned, encoded), against what no program could do
 // without: encoding as many pictures that are there already, and painting their texts and ready
-// pictures of their symbols with plain Qt. A name, the median ratio, the median of our half in
-// milliseconds.
+// pictures of their symbols with plain Qt. One line, as PairTiming.h says.
 
-#include "SideBySide.h"
+#include "PairTiming.h"
 #include "StreamDeck/StreamDeckRoles.h"
 #include "Support/Fonts.h"
 #include "Support/Symbols.h"
@@ -104,6 +103,6 @@ int main(int argc, char* argv[])
 {
     const QGuiApplication application(argc, argv);
     const Parts parts;
-    compare("faces_of_32_keys", redraw, [&parts](int) { useParts(parts); });
+    PairTiming::compare("faces_of_32_keys", redraw, [&parts](int) { useParts(parts); });
     return 0;
 }

@@ -1,8 +1,7 @@
 // Painting the audience picture, against filling the same buffer; and fitting a long message,
-// against laying the same text out once. One line each: a name, the median ratio of pairs
-// measured side by side, the median of our half in milliseconds.
+// against laying the same text out once. One line each, as PairTiming.h says.
 
-#include "SideBySide.h"
+#include "PairTiming.h"
 #include "Support/Fonts.h"
 #include "Views/MessageLayout.h"
 #include "Views/OutputPicture.h"
@@ -15,6 +14,7 @@
 #include <cstring>
 
 using namespace Qt::StringLiterals;
+using PairTiming::compare;
 
 namespace {
 

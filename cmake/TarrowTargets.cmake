@@ -41,13 +41,13 @@ function(tarrow_library FOLDER)
     PRIVATE TarrowOptions ${ARG_PRIVATE_LINKS})
 endfunction()
 
-# tarrow_test(NAME LINKS library… [DEFINITIONS definition…] [DEPENDS target…])
+# tarrow_test(NAME LINKS library… [DEFINITIONS definition…] [DEPENDS target…] [RUNNER word…])
 #
 # One Qt Test program, tst_NAME, from the file tst_NAME.cpp beside the list file. Tests run
 # without a display and with a home of their own, so that no test sees the developer's own
-# preferences.
+# preferences. RUNNER is the beginning of a command that runs the program given behind it.
 function(tarrow_test NAME)
-  cmake_parse_arguments(ARG "" "" "LINKS;DEFINITIONS;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "LINKS;DEFINITIONS;DEPENDS;RUNNER" ${ARGN})
   set(target tst_${NAME})
   add_executable(${target} ${target}.cpp)
   set_target_properties(${target} PROPERTIES AUTOMOC ON)
@@ -58,7 +58,7 @@ function(tarrow_test NAME)
   endif()
   set(home ${CMAKE_BINARY_DIR}/test-homes/${target})
   file(MAKE_DIRECTORY ${home})
-  add_test(NAME ${NAME} COMMAND ${target})
+  add_test(NAME ${NAME} COMMAND ${ARG_RUNNER} $<TARGET_FILE:${target}>)
   set_tests_properties(${NAME} PROPERTIES ENVIRONMENT
     "QT_QPA_PLATFORM=offscreen;XDG_CONFIG_HOME=${home};XDG_RUNTIME_DIR=${home};HOME=${home}")
 endfunction()

@@ -15,6 +15,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr std::chrono::nanoseconds period = std::chrono::nanoseconds(1s) / NDISender::fps;
+/// How early a frame may be sent: timers come a little late, now more and now less.
+constexpr std::chrono::nanoseconds unnoticed = 1ms;
 constexpr qint64 smallestSide = 16;
 constexpr qint64 bytesPerPixel = 4;
 /// The painter counts no further.
@@ -39,15 +42,9 @@ NDISender::NDISender(TimerEngine& engine, AppSettings& settings, MessageAnimator
     : m_engine(engine)
     , m_settings(settings)
     , m_animator(animator)
+    , m_timer(period, [this] { tick(); })
+    , m_slots(period)
 {
-    m_timer.setTimerType(Qt::PreciseTimer);
-    m_timer.setSingleShot(true);
-    QObject::connect(&m_timer, &QTimer::timeout, [this] {
-        tick();
-        // Against the grid and not against this frame, which may be late: a runtime that is sent
-        // frames faster than they are due holds its caller back.
-        m_timer.start(untilNextFrame(std::chrono::nanoseconds(m_sinceStart.nsecsElapsed())));
-    });
 }
 
 void NDISender::start()
@@ -65,8 +62,8 @@ void NDISender::start()
         return;
     }
     m_isRunning = true;
-    m_sinceStart.start();
-    m_timer.start(untilNextFrame(0ns));
+    m_slots = SendSlots(period);
+    m_timer.start();
     qCInfo(controlLog, "NDI sending as \"%s\"", qUtf8Printable(name));
 }
 
@@ -84,14 +81,16 @@ void NDISender::tick()
 {
     const QSize size = frameSize(m_settings);
     if (prepareBuffer(size) && paint(size))
-        m_bridge.sendBGRA(m_buffer.get(), size.width(), size.height(), fps);
+        send(size);
 }
 
-std::chrono::milliseconds NDISender::untilNextFrame(std::chrono::nanoseconds elapsed)
+void NDISender::send(const QSize& size)
 {
-    using Frames = std::chrono::duration<qint64, std::ratio<1, fps>>;
-    const auto next = std::chrono::floor<Frames>(elapsed) + Frames(1);
-    return std::chrono::ceil<std::chrono::milliseconds>(next - elapsed);
+    const auto early = m_slots.take(std::chrono::steady_clock::now());
+    m_bridge.sendBGRA(m_buffer.get(), size.width(), size.height(), fps);
+    // Once in step with the runtime again, the frames to come are not held back.
+    if (early > unnoticed)
+        m_timer.shift(early);
 }
 
 bool NDISender::prepareBuffer(const QSize& size)

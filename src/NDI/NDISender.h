@@ -2,13 +2,12 @@
 
 #include "NDI/NDIBridge.h"
 #include "NDI/NDISink.h"
+#include "NDI/SendSlots.h"
+#include "Platform/GridTimer.h"
 #include "Views/OutputPicture.h"
 
-#include <QElapsedTimer>
 #include <QSize>
-#include <QTimer>
 
-#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -36,10 +35,6 @@ public:
     /// Frames that have been painted since the start; the others went out as they were.
     [[nodiscard]] qint64 paintedFrames() const { return m_paintedFrames; }
 
-    /// How long to wait, `elapsed` after the first frame's time, until the next frame is due.
-    /// Frames that were missed are left out.
-    [[nodiscard]] static std::chrono::milliseconds untilNextFrame(std::chrono::nanoseconds elapsed);
-
 private:
     struct Free {
         void operator()(uchar* bytes) const { std::free(bytes); }
@@ -47,13 +42,14 @@ private:
 
     [[nodiscard]] bool prepareBuffer(const QSize& size);
     [[nodiscard]] bool paint(const QSize& size);
+    void send(const QSize& size);
 
     TimerEngine& m_engine;
     AppSettings& m_settings;
     MessageAnimator& m_animator;
     NDIBridge m_bridge;
-    QTimer m_timer;
-    QElapsedTimer m_sinceStart;
+    GridTimer m_timer;
+    SendSlots m_slots;
     /// Pixels of premultiplied BGRA, kept from frame to frame.
     std::unique_ptr<uchar, Free> m_buffer;
     qint64 m_bufferSize = 0;

@@ -5,6 +5,7 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -60,8 +61,9 @@ private Q_SLOTS:
     void stopsAtASizeBeyondCounting_data();
     void stopsAtASizeBeyondCounting();
     void paintsWhatChanged();
-    void keepsToTheGrid_data();
-    void keepsToTheGrid();
+    void keepsStepWithTheRuntime_data();
+    void keepsStepWithTheRuntime();
+    void callsOnAGrid();
 
 private:
     /// What the runtime has been asked for since the last time.
@@ -263,24 +265,53 @@ void NDISenderTest::paintsWhatChanged()
     QCOMPARE(paintedIn(10), 10);
 }
 
-void NDISenderTest::keepsToTheGrid_data()
+void NDISenderTest::keepsStepWithTheRuntime_data()
 {
-    QTest::addColumn<qint64>("elapsedInMicroseconds");
-    QTest::addColumn<qint64>("wait");
+    QTest::addColumn<QList<int>>("sentAt");
+    QTest::addColumn<QList<int>>("heldBackFor");
 
-    QTest::newRow("at the start") << qint64(0) << qint64(34);
-    QTest::newRow("a little late") << qint64(34'000) << qint64(33);
-    QTest::newRow("the sum is kept") << qint64(67'000) << qint64(33);
-    QTest::newRow("frames were missed") << qint64(1'020'000) << qint64(14);
-    QTest::newRow("after a day") << qint64(86'400'001'000) << qint64(33);
+    QTest::newRow("in step") << QList {5, 38, 71, 104} << QList {0, 0, 0, 0};
+    QTest::newRow("early") << QList {0, 30, 61, 99} << QList {0, 3, 5, 0};
+    QTest::newRow("a little late") << QList {0, 49, 66, 98} << QList {0, 0, 0, 1};
+    QTest::newRow("so late that the grid begins anew")
+        << QList {0, 51, 66, 99, 134} << QList {0, 0, 18, 18, 16};
+    QTest::newRow("frames left out are not made up for")
+        << QList {0, 99, 132, 133} << QList {0, 0, 0, 32};
 }
 
-void NDISenderTest::keepsToTheGrid()
+void NDISenderTest::keepsStepWithTheRuntime()
 {
-    QFETCH(qint64, elapsedInMicroseconds);
-    QFETCH(qint64, wait);
-    QCOMPARE(
-        NDISender::untilNextFrame(std::chrono::microseconds(elapsedInMicroseconds)).count(), wait);
+    QFETCH(QList<int>, sentAt);
+    QFETCH(QList<int>, heldBackFor);
+    const SendSlots::Instant start(1h);
+    SendSlots slots(33ms);
+    for (qsizetype i = 0; i < sentAt.size(); ++i)
+        QCOMPARE(slots.take(start + std::chrono::milliseconds(sentAt[i])) / 1ms, heldBackFor[i]);
+}
+
+/// Points that nobody has come for are one call, and none comes after the stop.
+void NDISenderTest::callsOnAGrid()
+{
+    int calls = 0;
+    GridTimer timer(1ms, [&] { ++calls; });
+    const auto pass = [](int points) {
+        const QDeadlineTimer deadline(points);
+        while (!deadline.hasExpired()) { }
+    };
+    timer.start();
+    QTRY_VERIFY(calls >= 3);
+    calls = 0;
+    pass(50);
+    QCoreApplication::processEvents();
+    QVERIFY(calls > 0 && calls < 25);
+
+    pass(2);
+    timer.stop();
+    timer.shift(-10ms);
+    calls = 0;
+    pass(2);
+    QCoreApplication::processEvents();
+    QCOMPARE(calls, 0);
 }
 
 QTEST_MAIN(NDISenderTest)

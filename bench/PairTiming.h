@@ -2,16 +2,18 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstddef>
 #include <cstdio>
 #include <vector>
 
+/// Timing two pieces of work side by side, so that what disturbs the machine disturbs both.
+namespace PairTiming {
+
 template <typename Work> double milliseconds(const Work& work)
 {
-    using clock = std::chrono::steady_clock;
-    const auto start = clock::now();
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
     work();
-    return std::chrono::duration<double, std::milli>(clock::now() - start).count();
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
 inline double median(std::vector<double> values)
@@ -21,12 +23,11 @@ inline double median(std::vector<double> values)
     return *middle;
 }
 
-/// Prints a line: the name, the median ratio of pairs measured side by side, the median of our half
-/// in milliseconds. `ours(i)` and `theirs(i)` are the work of pair number i.
+/// Prints one line: the name, the median ratio of the pairs, the median of our half in
+/// milliseconds. `ours(i)` and `theirs(i)` are the work of pair number i.
 template <typename Ours, typename Theirs>
-void compare(const char* name, const Ours& ours, const Theirs& theirs)
+void compare(const char* name, const Ours& ours, const Theirs& theirs, int pairs = 41)
 {
-    constexpr int pairs = 41;
     std::vector<double> ratios;
     std::vector<double> times;
     for (int i = 0; i < pairs; ++i) {
@@ -35,3 +36,5 @@ void compare(const char* name, const Ours& ours, const Theirs& theirs)
     }
     std::printf("%s %.3f %.3f\n", name, median(ratios), median(times));
 }
+
+} // namespace PairTiming

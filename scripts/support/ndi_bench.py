@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""Measures the NDI output with a real runtime, and prints rows for scripts/bench as JSON.
+
+To be run by scripts/support/without-network: what the sender announces stays on the machine.
+"""
+
+import contextlib
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).parent))
+from stage import ROOT, Program  # noqa: E402
+
+RUNTIME = ROOT / "build/ndi-runtime"
+BENCH = ROOT / "build/release/bench"
+SECONDS = 30
+
+
+class Timed:
+    """Variables for a program whose sends are timed, and the times once it has ended."""
+
+    def __init__(self, folder):
+        self.file = pathlib.Path(folder) / "times"
+        self.environment = {
+            "NDI_RUNTIME_DIR_V6": str(BENCH / "timing_ndi"),
+            "NDI_REAL_RUNTIME": str(RUNTIME),
+            "NDI_TIMES": str(self.file),
+            "QT_QPA_PLATFORM": "offscreen",
+        }
+
+    def figures(self):
+        """Frames a second, and the share of the time that was spent in sends."""
+        frames, seconds, in_sends = map(float, self.file.read_text().split())
+        return frames / seconds, in_sends / seconds
+
+
+@contextlib.contextmanager
+def receivers(count):
+    processes = [subprocess.Popen([BENCH / "ndi_receiver", RUNTIME], stdout=subprocess.PIPE)
+                 for _ in range(count)]
+    for process in processes:
+        process.stdout.readline()
+    try:
+        yield
+    finally:
+        for process in processes:
+            process.kill()
+            process.wait()
+            process.stdout.close()
+
+
+def of_the_program(count):
+    with tempfile.TemporaryDirectory() as folder:
+        timed = Timed(folder)
+        program = Program(ndiEnabled=True)
+        program.environment |= timed.environment
+        with program:
+            program.wait_for_log("NDI sending as")
+            program.send("GO 12")
+            with receivers(count):
+                time.sleep(SECONDS + 4)
+            program.process.terminate()
+            program.process.wait()
+        return timed.figures()
+
+
+def of_a_bare_grid(count):
+    with tempfile.TemporaryDirectory() as folder:
+        timed = Timed(folder)
+        process = subprocess.Popen([BENCH / "ndi_grid", str(SECONDS + 1)],
+                                   env=dict(os.environ) | timed.environment)
+        with receivers(count):
+            process.wait()
+        return timed.figures()
+
+
+def rows():
+    for count, receiver in [(0, "no receiver"), (1, "one receiver")]:
+        rate, blocked = of_the_program(count)
+        _, bare = of_a_bare_grid(count)
+        yield (f"NDI frames a second, {receiver}: off from 30 by", abs(rate - 30), "<=", 0.1,
+               f"{rate:.3f} over {SECONDS} s")
+        yield (f"Main thread in NDI's send, {receiver} ÷ a bare grid of sends", blocked / bare,
+               "<=", 1.2, f"{blocked * 100:.1f} % of the time")
+
+
+print(json.dumps(list(rows())))
