@@ -44,9 +44,8 @@ QColor outlineColor(const QStyleOption& option)
 QColor buttonColor(const QStyleOption& option)
 {
     const QColor resting = option.palette.color(QPalette::Button);
-    return isOn(option, QStyle::State_Sunken)
-        ? withOpacity(secondaryColor(option.palette), 0.45)
-        : resting;
+    return isOn(option, QStyle::State_Sunken) ? withOpacity(secondaryColor(option.palette), 0.45)
+                                              : resting;
 }
 
 bool isDefaultButton(const QStyleOption& option)
@@ -94,8 +93,8 @@ void drawCheckBox(QPainter& painter, const QStyleOption& option)
         ? withOpacity(secondaryColor(option.palette), 0.45)
         : option.palette.color(QPalette::Base);
     const QColor outline = withOpacity(secondaryColor(option.palette), 0.75);
-    drawRoundedBox(painter, option.rect, 4, isChecked ? accent : resting,
-        isChecked ? accent : outline);
+    drawRoundedBox(
+        painter, option.rect, 4, isChecked ? accent : resting, isChecked ? accent : outline);
     if (isChecked)
         drawCheckMark(painter, option.rect);
 }
@@ -138,15 +137,14 @@ QRect scrollBarPart(const QStyleOptionSlider& option, QStyle::SubControl part)
     const int length = isVertical ? option.rect.height() : option.rect.width();
     const int range = option.maximum - option.minimum;
     const double shownShare = option.pageStep / static_cast<double>(range + option.pageStep);
-    const int handle = range > 0
-        ? std::min(length, std::max(24, static_cast<int>(length * shownShare)))
-        : length;
+    const int handle =
+        range > 0 ? std::min(length, std::max(24, static_cast<int>(length * shownShare))) : length;
     const int start = QStyle::sliderPositionFromValue(
         option.minimum, option.maximum, option.sliderPosition, length - handle, option.upsideDown);
     const auto along = [&](int from, int to) {
-        const QRect part = isVertical ? QRect(0, from, option.rect.width(), to - from)
+        const QRect area = isVertical ? QRect(0, from, option.rect.width(), to - from)
                                       : QRect(from, 0, to - from, option.rect.height());
-        return part.translated(option.rect.topLeft());
+        return area.translated(option.rect.topLeft());
     };
     switch (part) {
     case QStyle::SC_ScrollBarGroove:
@@ -317,8 +315,8 @@ int ConsoleStyle::pixelMetric(
     }
 }
 
-int ConsoleStyle::styleHint(
-    StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* result) const
+int ConsoleStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+    QStyleHintReturn* result) const
 {
     if (hint == SH_Slider_AbsoluteSetButtons)
         return Qt::LeftButton;
