@@ -32,7 +32,7 @@ public:
     /// Made at their first use.
     [[nodiscard]] TimerEngine& engine();
     [[nodiscard]] CueController& cues();
-    [[nodiscard]] StreamDeckManager& streamDeck();
+    StreamDeckManager& streamDeck();
 
     /// The launch, once, with the event loop about to run.
     void applicationDidFinishLaunching();
