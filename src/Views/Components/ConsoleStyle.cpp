@@ -189,6 +189,7 @@ QPalette ConsoleStyle::palette(Appearance appearance)
     palette.setColor(QPalette::ToolTipBase, dark ? 0x3a3a40u : 0xffffffu);
     palette.setColor(QPalette::ToolTipText, text);
     palette.setColor(QPalette::PlaceholderText, secondaryColor(palette));
+    palette.setColor(QPalette::BrightText, warningColor(palette));
     palette.setColor(QPalette::Highlight, accentColor(palette));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, dark ? 0x7fb0ffu : 0x0a5cd0u);

@@ -14,6 +14,7 @@ public:
 
     /// Makes it the application's style, and Inter its font.
     static void install();
+    /// Secondary text is in the role PlaceholderText, a warning in BrightText.
     [[nodiscard]] static QPalette palette(Appearance appearance);
 
     using QProxyStyle::polish;
