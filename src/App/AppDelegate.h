@@ -10,6 +10,7 @@
 #include "Net/UDPServer.h"
 #include "Net/WebRemoteServer.h"
 #include "Platform/DisplaySleepAssertion.h"
+#include "StreamDeck/StreamDeckManager.h"
 #include "Support/EventLoopSubscription.h"
 #include "Support/Preferences.h"
 #include "Views/MessageTransition.h"
@@ -32,6 +33,7 @@ public:
     /// Made at their first use.
     [[nodiscard]] TimerEngine& engine();
     [[nodiscard]] CueController& cues();
+    StreamDeckManager& streamDeck();
 
     /// The launch, once, with the event loop about to run.
     void applicationDidFinishLaunching();
@@ -71,6 +73,7 @@ private:
     std::optional<EventLoopSubscription<bool>> m_webSwitch;
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
+    std::optional<StreamDeckManager> m_streamDeck;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

@@ -1,5 +1,6 @@
 #include "Net/Command.h"
 
+#include "Support/NumberText.h"
 #include "Support/Overloaded.h"
 
 #include <QTextBoundaryFinder>
@@ -7,10 +8,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <utility>
-
-#include <locale.h>
 
 using namespace Qt::StringLiterals;
 
@@ -103,22 +101,6 @@ QStringView payload(qsizetype count, QStringView line)
     return rest;
 }
 
-/// One floating-point literal in the syntax of strtod in the C locale, and nothing else.
-std::optional<double> number(QStringView text)
-{
-    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
-
-    // strtod would skip white space, and would take a parenthesis after "nan".
-    if (text.isEmpty() || text.front().isSpace() || text.contains(u'(') || !isAscii(text))
-        return std::nullopt;
-    const QByteArray bytes = text.toLatin1();
-    char* end = nullptr;
-    const double value = strtod_l(bytes.constData(), &end, cLocale);
-    if (end != bytes.constEnd())
-        return std::nullopt;
-    return value;
-}
-
 /// At most one sign, then decimal digits and nothing else, within 64 bits.
 std::optional<qint64> integer(QStringView text)
 {
@@ -143,14 +125,14 @@ std::optional<Command> commandWith(const std::optional<Payload>& payload)
 
 std::optional<Command> parseSet(QStringView text)
 {
-    return commandWith<Command::Set>(number(text));
+    return commandWith<Command::Set>(parseNumber(text));
 }
 
 std::optional<Command> parseGo(QStringView text)
 {
     if (text.isEmpty())
         return Command {Action::start};
-    return commandWith<Command::Go>(number(text));
+    return commandWith<Command::Go>(parseNumber(text));
 }
 
 std::optional<Command> parseCue(QStringView text)
