@@ -15,7 +15,7 @@ import uuid
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 LISTENING = re.compile(r"UDP listening on port (\d+)")
-PROGRAM = os.environ.get("TARROW_PROGRAM", ROOT / "build/release/tarrow")
+PROGRAM = ROOT / "build/release/tarrow"
 # Everything the settings document must hold, with any free port.
 SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 
@@ -24,7 +24,8 @@ class Program:
     """The program, its log in a file. `cues` are pairs of title and seconds, `changes` are settings
     other than SETTINGS."""
 
-    def __init__(self, display=None, cues=(), **changes):
+    def __init__(self, display=None, executable=PROGRAM, cues=(), **changes):
+        self.executable = executable
         self.home = tempfile.TemporaryDirectory()
         self.store({
             "TarrowSettings.v1": SETTINGS | changes,
@@ -52,7 +53,7 @@ class Program:
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
-        self.process = subprocess.Popen([PROGRAM], env=self.environment, stderr=self.log)
+        self.process = subprocess.Popen([self.executable], env=self.environment, stderr=self.log)
         self.port = int(self.wait_for_log(LISTENING)[1])
         return self
 

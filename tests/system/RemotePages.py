@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""The pages of the web remote, served by the built program and opened in a real browser."""
+"""The pages of the web remote, served by the built program and opened in a real browser.
+
+Usage: RemotePages.py PROGRAM [TEST…]
+"""
 
 import collections
 import pathlib
@@ -84,7 +87,7 @@ class RemotePages(unittest.TestCase):
 
     @classmethod
     def new_program(cls):
-        return Program(cues=CUES, webPort=cls.port, **SETTINGS)
+        return Program(executable=sys.argv[1], cues=CUES, webPort=cls.port, **SETTINGS)
 
     def command(self, *texts):
         for text in texts:
@@ -309,4 +312,4 @@ class RemotePages(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    unittest.main(argv=sys.argv[:1] + sys.argv[2:])
