@@ -124,6 +124,21 @@ class RemotePages(unittest.TestCase):
                    and event["params"]["headers"].get("Sec-Fetch-Dest") == "empty"]
         self.assertEqual([header.get("Cache-Control") for header in headers], ["no-cache"])
 
+    def test_drops_an_answer_that_a_later_one_has_overtaken(self):
+        for path in ("/", "/display"):
+            with self.subTest(path):
+                self.open(path)
+                self.assertEqual(self.value("""(async () => {
+                    const answers = [];
+                    window.fetch = () => new Promise(answer => answers.push(answer));
+                    const polls = [pollState(), pollState()];
+                    for (const number of [1, 0]) {
+                        answers[number]({ json: async () => ({ time: "0" + number + ":00" }) });
+                        await polls[number];
+                    }
+                    return document.getElementById("time").textContent;
+                })()"""), "01:00")
+
     def test_styles(self):
         for path, table in (("/", CONTROL_STYLES), ("/display", DISPLAY_STYLES)):
             self.open(path, "CUE1", "STOPTIME", "MSG Doors open")
@@ -222,34 +237,35 @@ class RemotePages(unittest.TestCase):
         self.assertEqual(self.style("#time-box", "height"), "300px")
 
     def test_message_slides(self):
-        self.open("/display")
+        slides = "stage.getAnimations({subtree: true})"
+        width, height = 1200, 300
+        self.open("/display", size=(width, height))
         self.browser.pass_time(600)
         for command, share in (("MSG Doors", 0.4), ("CLEARMSG", 1)):
             with self.subTest(command):
                 self.command(command)
                 self.browser.pass_time(250)
-                slides = self.value(
-                    "stage.getAnimations({subtree: true}).map(slide => { const timing = slide.effect.getTiming();"
-                    "return [slide.effect.target.id, slide.transitionProperty, timing.duration,"
-                    "timing.easing]; })")
-                self.assertCountEqual(slides, [
-                    [target, name, 350, "ease"] for target, name in (
-                        ("time-box", "height"), ("message-box", "height"),
-                        ("message-box", "opacity"))])
-                # Halfway the text has the size that its box then has.
-                self.value("stage.getAnimations({subtree: true}).forEach(slide => {"
-                           "slide.pause(); slide.currentTime = 100; })")
-                self.value("new Promise(done => requestAnimationFrame(() =>"
-                           "requestAnimationFrame(done)))")
-                box = self.value("timeBox.getBoundingClientRect().height")
-                self.assertTrue(0.4 * TABLET[1] < box < TABLET[1])
-                self.assertAlmostEqual(
-                    float(self.style("#time", "font-size").removesuffix("px")),
-                    min(box * 0.9, TABLET[0] * 0.92 / 3.6), delta=0.01)
-                self.value("stage.getAnimations({subtree: true}).forEach(slide => slide.finish())")
+                self.assertCountEqual(
+                    self.value(f"{slides}.map(slide => {{ const timing = slide.effect.getTiming();"
+                               "return [slide.effect.target.id, slide.transitionProperty,"
+                               "timing.duration, timing.easing]; })"),
+                    [["time-box", "height", 350, "ease"], ["message-box", "height", 350, "ease"],
+                     ["message-box", "opacity", 350, "ease"]])
+                # On its way the time has the size that its box then has.
+                for moment in (100, 200):
+                    self.value(f"{slides}.forEach(slide => {{"
+                               f"slide.pause(); slide.currentTime = {moment}; }})")
+                    self.value("new Promise(done => requestAnimationFrame(() =>"
+                               "requestAnimationFrame(done)))")
+                    box = self.value("timeBox.getBoundingClientRect().height")
+                    self.assertTrue(0.4 * height < box < height)
+                    self.assertAlmostEqual(
+                        float(self.style("#time", "font-size").removesuffix("px")),
+                        min(box * 0.9, width * 0.92 / 3.6), delta=0.01)
+                self.value(f"{slides}.forEach(slide => slide.finish())")
                 self.browser.pass_time(500)
-                self.assertAlmostEqual(self.value("timeBox.getBoundingClientRect().height"),
-                                       share * TABLET[1], delta=0.01)
+                self.assertEqual(self.value("timeBox.getBoundingClientRect().height"),
+                                 share * height)
 
     def test_flashes_five_times_for_a_new_strobe_only(self):
         self.open("/display", "ATTENTION")
