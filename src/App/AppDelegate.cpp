@@ -52,19 +52,32 @@ CueController& AppDelegate::cues()
     return *m_cues;
 }
 
+StreamDeckManager& AppDelegate::streamDeck()
+{
+    if (!m_streamDeck) {
+        m_streamDeck.emplace(
+            engine(), cues(), settings, m_preferences, std::make_unique<StreamDeckHID>());
+    }
+    return *m_streamDeck;
+}
+
 void AppDelegate::applicationDidFinishLaunching()
 {
     createOutputRouter();
     installFinishSound();
     startDispatcher();
     startUDPServer();
+    createWebServer();
     createNDISender();
+    streamDeck();
     takeSleepAssertion();
     activateApplication();
 }
 
 void AppDelegate::applicationWillTerminate()
 {
+    if (m_streamDeck)
+        m_streamDeck->blankToBlack();
     if (m_sleepAssertionID != 0)
         m_sleepAssertion.release(m_sleepAssertionID);
     m_sleepAssertionID = 0;
@@ -105,6 +118,23 @@ void AppDelegate::startUDPServer()
             m_udpServer->isListening() ? m_udpServer->boundPort() : port,
             m_udpServer->isListening() ? "" : ", which cannot be listened on");
     }
+}
+
+void AppDelegate::createWebServer()
+{
+    m_webServer.emplace(clampedPort(settings.webPort));
+    m_webServer->stateJSON = [this] { return makeStateJSON(); };
+    m_webServer->cuesJSON = [this] { return makeCuesJSON(); };
+    m_webServer->onCommand = [this](const QString& text) {
+        if (const std::optional<Command> command = Command::parse(text))
+            m_dispatcher->dispatch(*command);
+    };
+    m_webSwitch.emplace(settings.webRemoteEnabled, [this](bool enabled) {
+        if (enabled)
+            m_webServer->start();
+        else
+            m_webServer->stop();
+    });
 }
 
 void AppDelegate::createNDISender()

@@ -8,7 +8,9 @@
 #include "NDI/NDISender.h"
 #include "Net/CommandDispatcher.h"
 #include "Net/UDPServer.h"
+#include "Net/WebRemoteServer.h"
 #include "Platform/DisplaySleepAssertion.h"
+#include "StreamDeck/StreamDeckManager.h"
 #include "Support/EventLoopSubscription.h"
 #include "Support/Preferences.h"
 #include "Views/MessageTransition.h"
@@ -31,6 +33,7 @@ public:
     /// Made at their first use.
     [[nodiscard]] TimerEngine& engine();
     [[nodiscard]] CueController& cues();
+    StreamDeckManager& streamDeck();
 
     /// The launch, once, with the event loop about to run.
     void applicationDidFinishLaunching();
@@ -39,6 +42,11 @@ public:
     /// After the event loop: false when a sound server hangs and the process must not wait for
     /// anything any more (see SoundPlayer::finish).
     [[nodiscard]] bool finish() { return m_soundPlayer.finish(); }
+
+    /// What the web remote tells of the timer, and of the running order: compact JSON documents,
+    /// made from what holds now. A colour that is not finite stops the process (see trap()).
+    [[nodiscard]] QByteArray makeStateJSON();
+    [[nodiscard]] QByteArray makeCuesJSON();
 
     [[nodiscard]] const std::optional<UDPServer>& udpServer() const { return m_udpServer; }
     /// 0 while the displays may sleep.
@@ -49,6 +57,7 @@ private:
     void installFinishSound();
     void startDispatcher();
     void startUDPServer();
+    void createWebServer();
     void createNDISender();
     void takeSleepAssertion();
 
@@ -60,8 +69,11 @@ private:
     std::optional<CueController> m_cues;
     std::optional<CommandDispatcher> m_dispatcher;
     std::optional<UDPServer> m_udpServer;
+    std::optional<WebRemoteServer> m_webServer;
+    std::optional<EventLoopSubscription<bool>> m_webSwitch;
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
+    std::optional<StreamDeckManager> m_streamDeck;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

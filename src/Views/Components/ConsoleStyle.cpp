@@ -189,6 +189,7 @@ QPalette ConsoleStyle::palette(Appearance appearance)
     palette.setColor(QPalette::ToolTipBase, dark ? 0x3a3a40u : 0xffffffu);
     palette.setColor(QPalette::ToolTipText, text);
     palette.setColor(QPalette::PlaceholderText, secondaryColor(palette));
+    palette.setColor(QPalette::BrightText, warningColor(palette));
     palette.setColor(QPalette::Highlight, accentColor(palette));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Link, dark ? 0x7fb0ffu : 0x0a5cd0u);
@@ -341,6 +342,11 @@ QColor groupColor(const QPalette& palette)
 QColor warningColor(const QPalette& palette)
 {
     return byAppearance(palette, 0xffa85400, 0xffffa330);
+}
+
+QColor destructiveColor(const QPalette& palette)
+{
+    return byAppearance(palette, 0xffc9241f, 0xffff6b61);
 }
 
 QColor connectedColor(const QPalette& palette)

@@ -14,6 +14,7 @@ public:
 
     /// Makes it the application's style, and Inter its font.
     static void install();
+    /// Secondary text is in the role PlaceholderText, a warning in BrightText.
     [[nodiscard]] static QPalette palette(Appearance appearance);
 
     using QProxyStyle::polish;
@@ -46,6 +47,8 @@ public:
 [[nodiscard]] QColor groupColor(const QPalette& palette);
 /// A hint that something needs the operator.
 [[nodiscard]] QColor warningColor(const QPalette& palette);
+/// What takes something away for good.
+[[nodiscard]] QColor destructiveColor(const QPalette& palette);
 /// A device that is there.
 [[nodiscard]] QColor connectedColor(const QPalette& palette);
 
