@@ -29,7 +29,7 @@ endif()
 
 # What the program loads at run time.
 include(GNUInstallDirs)
-set(TARROW_INSTALL_MODULES ${CMAKE_INSTALL_LIBDIR}/tarrow)
+set(TARROW_INSTALL_MODULES lib/tarrow)
 
 # tarrow_library(FOLDER SOURCES file… [LINKS library…] [PRIVATE_LINKS library…])
 #
