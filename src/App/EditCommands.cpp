@@ -49,8 +49,8 @@ EditAbilities abilitiesOf(const QTextEdit& field)
 
 EditAbilities abilitiesOf(const QLabel& label)
 {
-    const bool isSelectable =
-        label.textInteractionFlags().testAnyFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    const bool isSelectable = label.textInteractionFlags().testAnyFlags(
+        Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     return {.copy = label.hasSelectedText(), .selectAll = isSelectable};
 }
 

@@ -20,7 +20,7 @@ struct EditAbilities {
 struct EditCommand {
     QString title;
     QKeySequence keys;
-    bool EditAbilities::* isAble;
+    bool EditAbilities::*isAble;
     bool beginsGroup = false;
 };
 

@@ -76,8 +76,8 @@ MainMenu::MainMenu(const Targets& targets)
     addHelpMenu(targets);
 }
 
-QAction* MainMenu::addItem(QMenu& menu, const QString& title, const QKeySequence& keys,
-    std::function<void()> perform)
+QAction* MainMenu::addItem(
+    QMenu& menu, const QString& title, const QKeySequence& keys, std::function<void()> perform)
 {
     QAction* item = menu.addAction(title, this, std::move(perform));
     item->setShortcut(keys);
@@ -97,7 +97,7 @@ void MainMenu::addApplicationMenu(const Targets& targets)
             window->showMinimized();
     });
     // No application has a say in the windows of others here.
-    addItem(menu, u"Hide Others"_s, Qt::CTRL | Qt::ALT | Qt::Key_H, [] { })->setEnabled(false);
+    addItem(menu, u"Hide Others"_s, Qt::CTRL | Qt::ALT | Qt::Key_H, [] {})->setEnabled(false);
     addItem(menu, u"Show All"_s, {}, [] {
         for (QWidget* window : openWindows())
             unhide(*window);

@@ -28,8 +28,8 @@ private:
     void addEditMenu();
     void addWindowMenu();
     void addHelpMenu(const Targets& targets);
-    QAction* addItem(QMenu& menu, const QString& title, const QKeySequence& keys,
-        std::function<void()> perform);
+    QAction* addItem(
+        QMenu& menu, const QString& title, const QKeySequence& keys, std::function<void()> perform);
     void listWindows(QMenu& menu);
     void showAbout();
 
