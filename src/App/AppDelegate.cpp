@@ -32,6 +32,8 @@ const std::vector<AppDelegate::LaunchStep> AppDelegate::launchSequence {
     {"finish sound", &AppDelegate::installFinishSound},
     {"dispatcher", &AppDelegate::startDispatcher},
     {"UDP server", &AppDelegate::startUDPServer},
+    {"web server", &AppDelegate::createWebServer},
+    {"web switch", &AppDelegate::followWebSwitch},
     {"NDI sender", &AppDelegate::createNDISender},
     {"NDI switch", &AppDelegate::followNDISwitch},
     {"Stream Deck", &AppDelegate::createStreamDeck},
@@ -137,6 +139,27 @@ void AppDelegate::startUDPServer()
             m_udpServer->isListening() ? m_udpServer->boundPort() : port,
             m_udpServer->isListening() ? "" : ", which cannot be listened on");
     }
+}
+
+void AppDelegate::createWebServer()
+{
+    m_webServer.emplace(clampedPort(settings.webPort));
+    m_webServer->stateJSON = [this] { return makeStateJSON(); };
+    m_webServer->cuesJSON = [this] { return makeCuesJSON(); };
+    m_webServer->onCommand = [this](const QString& text) {
+        if (const std::optional<Command> command = Command::parse(text))
+            m_dispatcher->dispatch(*command);
+    };
+}
+
+void AppDelegate::followWebSwitch()
+{
+    m_webSwitch.emplace(settings.webRemoteEnabled, [this](bool enabled) {
+        if (enabled)
+            m_webServer->start();
+        else
+            m_webServer->stop();
+    });
 }
 
 void AppDelegate::createNDISender()
