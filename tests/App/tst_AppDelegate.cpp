@@ -72,6 +72,7 @@ private Q_SLOTS:
         AppDelegate app(preferences);
         app.settings.udpPort = 0;
         app.settings.webPort = port;
+        app.settings.autoCheckUpdates = false;
         app.applicationDidFinishLaunching();
         QCoreApplication::processEvents();
         QVERIFY(!HTTPPeer(port).isConnected());
