@@ -125,6 +125,13 @@ class XServer:
                               capture_output=True, text=True).stdout
 
 
+def free_port():
+    """A TCP port that nothing listens on now."""
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 0))
+        return listener.getsockname()[1]
+
+
 def display_number(connector, maker="", model="", serial_number=""):
     """The number under which the program stores a display."""
     number = 2166136261
