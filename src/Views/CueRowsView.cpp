@@ -5,7 +5,9 @@
 #include "Support/Symbols.h"
 #include "Support/TextLine.h"
 #include "Views/Components/ConsoleStyle.h"
+#include "Views/CueRowsAccessible.h"
 
+#include <QAccessible>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPaintEvent>
@@ -28,8 +30,8 @@ struct ButtonLook {
     QStringView name;
 };
 
-/// In the order of Action, which is that of the buttons from left to right.
-constexpr std::array<ButtonLook, CueRowsView::actionCount> buttonLooks {{
+/// In the order of Action.
+constexpr std::array<ButtonLook, CueRowsView::allActions.size()> buttonLooks {{
     {u"play.fill", u"Load and start this cue"},
     {u"chevron.up", u"Move up"},
     {u"chevron.down", u"Move down"},
@@ -84,6 +86,7 @@ CueRowsView::CueRowsView(CueController& cues, QWidget* parent)
             bringIntoView(*m_shown.currentIndex);
     }))
 {
+    makeCueRowsAccessible();
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::TabFocus);
@@ -213,7 +216,7 @@ QRect CueRowsView::rowRect(qsizetype row) const
 QRect CueRowsView::buttonRect(qsizetype row, Action action) const
 {
     const QRect line = rowRect(row);
-    const int behind = actionCount - static_cast<int>(action);
+    const int behind = static_cast<int>(allActions.size()) - static_cast<int>(action);
     return {line.right() + 1 - behind * buttonWidth, line.top(), buttonWidth, line.height()};
 }
 
@@ -229,10 +232,9 @@ QRect CueRowsView::titleRect(qsizetype row) const
 std::optional<CueRowsView::Target> CueRowsView::targetAt(const QPoint& point) const
 {
     const qsizetype row = rowAt(point.y());
-    for (int action = 0; action < actionCount; ++action) {
-        const Target target {row, static_cast<Action>(action)};
-        if (isEnabled(row, target.action) && buttonRect(row, target.action).contains(point))
-            return target;
+    for (const Action action : allActions) {
+        if (isEnabled(row, action) && buttonRect(row, action).contains(point))
+            return Target {row, action};
     }
     return std::nullopt;
 }
@@ -296,6 +298,7 @@ void CueRowsView::focusInEvent(QFocusEvent* event)
     if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
         bringIntoView(m_focus.row);
     updateRow(m_focus.row);
+    tellFocus();
 }
 
 void CueRowsView::focusOutEvent(QFocusEvent* event)
@@ -309,6 +312,16 @@ void CueRowsView::moveFocus(const Target& target)
     updateRow(m_focus.row);
     m_focus = target;
     updateRow(m_focus.row);
+    tellFocus();
+}
+
+void CueRowsView::tellFocus()
+{
+    if (!hasFocus() || rowCount() == 0)
+        return;
+    QAccessibleEvent event(this, QAccessible::Focus);
+    event.setChild(static_cast<int>(m_focus.row));
+    QAccessible::updateAccessibility(&event);
 }
 
 bool CueRowsView::walk(int key)
@@ -320,8 +333,9 @@ bool CueRowsView::walk(int key)
         bringIntoView(m_focus.row);
     };
     const auto toButton = [&](int offset) {
-        const int action = static_cast<int>(m_focus.action) + offset;
-        moveFocus({m_focus.row, static_cast<Action>(std::clamp(action, 0, actionCount - 1))});
+        const int most = static_cast<int>(allActions.size()) - 1;
+        const int action = std::clamp(static_cast<int>(m_focus.action) + offset, 0, most);
+        moveFocus({m_focus.row, static_cast<Action>(action)});
     };
     switch (key) {
     case Qt::Key_Up:
@@ -460,8 +474,8 @@ void CueRowsView::paintRow(QPainter& painter, qsizetype row) const
         painter.drawRoundedRect(rowRect(row), cornerRadius, cornerRadius);
     }
     paintTexts(painter, row);
-    for (int action = 0; action < actionCount; ++action)
-        paintButton(painter, {row, static_cast<Action>(action)});
+    for (const Action action : allActions)
+        paintButton(painter, {row, action});
 }
 
 void CueRowsView::paintTexts(QPainter& painter, qsizetype row) const

@@ -5,6 +5,7 @@
 #include <QAbstractScrollArea>
 #include <QProperty>
 
+#include <array>
 #include <optional>
 
 /// The cues of the running order as rows to click, walk and scroll. It draws what is in sight and
@@ -18,7 +19,9 @@ class CueRowsView final : public QAbstractScrollArea {
 
 public:
     enum class Action { start, moveUp, moveDown, remove };
-    static constexpr int actionCount = 4;
+    /// As the buttons stand from left to right.
+    static constexpr std::array allActions {
+        Action::start, Action::moveUp, Action::moveDown, Action::remove};
 
     /// `cues` must outlive the view.
     explicit CueRowsView(CueController& cues, QWidget* parent = nullptr);
@@ -33,8 +36,11 @@ public:
     [[nodiscard]] bool isEnabled(qsizetype row, Action action) const;
     /// Does what the button does; nothing for a button that is not enabled or a row that is gone.
     void perform(qsizetype row, Action action);
-    /// The row that the keyboard is in.
+    /// The row at a height of the viewport; it may lie behind the last one.
+    [[nodiscard]] qsizetype rowAt(int y) const;
+    /// The row, and the button of it, that the keyboard is at.
     [[nodiscard]] qsizetype focusedRow() const { return m_focus.row; }
+    [[nodiscard]] Action focusedAction() const { return m_focus.action; }
 
     [[nodiscard]] static QString actionName(Action action);
 
@@ -77,9 +83,9 @@ private:
     void updateScrollBar();
     void bringIntoView(qsizetype row);
     void moveFocus(const Target& target);
+    void tellFocus();
     void press();
     [[nodiscard]] bool walk(int key);
-    [[nodiscard]] qsizetype rowAt(int y) const;
     [[nodiscard]] std::optional<Target> targetAt(const QPoint& point) const;
     void point(const std::optional<QPoint>& place);
     [[nodiscard]] QString toolTipAt(const QPoint& point) const;
