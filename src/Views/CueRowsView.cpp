@@ -424,7 +424,8 @@ void CueRowsView::mouseReleaseEvent(QMouseEvent* event)
 
 QString CueRowsView::toolTipAt(const QPoint& point) const
 {
-    if (m_hovered == targetAt(point) && m_hovered && m_hovered->action == Action::start)
+    const std::optional<Target> target = targetAt(point);
+    if (target && target->action == Action::start)
         return actionName(Action::start);
     const qsizetype row = rowAt(point.y());
     if (row >= rowCount() || !titleRect(row).contains(point))
