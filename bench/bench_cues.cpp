@@ -25,7 +25,7 @@ struct Show {
     {
         QList<Cue> list;
         for (int i = 0; i < count; ++i)
-            list.append({QUuid::createUuid(), u"Cue %1 of the evening"_s.arg(i), 60 * i});
+            list.append({QUuid::createUuid(), u"Cue %1 of the evening"_s.arg(i), qint64 {60} * i});
         cues.cues = list;
         cues.select(0);
     }

@@ -9,7 +9,7 @@
 
 namespace {
 
-using Action = CueRowsView::Action;
+using Action = CueRowAction;
 
 class RowAccessible final : public QAccessibleInterface, public QAccessibleActionInterface {
 public:
@@ -34,11 +34,10 @@ public:
 
     [[nodiscard]] QString text(QAccessible::Text kind) const override
     {
-        if (!isValid())
-            return {};
-        if (kind == QAccessible::Description && isFocused())
-            return CueRowsView::actionName(m_view.focusedAction());
-        return kind == QAccessible::Name ? m_view.description(m_row) : QString();
+        const std::optional<CueRow> row = m_view.row(m_row);
+        if (row && kind == QAccessible::Description && isFocused())
+            return actionName(m_view.focusedAction());
+        return row && kind == QAccessible::Name ? row->description() : QString();
     }
 
     [[nodiscard]] QRect rect() const override
@@ -66,17 +65,18 @@ public:
     [[nodiscard]] QStringList actionNames() const override
     {
         QStringList names;
-        for (const Action action : CueRowsView::allActions) {
-            if (m_view.isEnabled(m_row, action))
-                names.append(CueRowsView::actionName(action));
+        const std::optional<CueRow> row = m_view.row(m_row);
+        for (const Action action : allCueRowActions) {
+            if (row && row->isEnabled(action))
+                names.append(actionName(action));
         }
         return names;
     }
 
     void doAction(const QString& name) override
     {
-        for (const Action action : CueRowsView::allActions) {
-            if (CueRowsView::actionName(action) == name)
+        for (const Action action : allCueRowActions) {
+            if (actionName(action) == name)
                 return m_view.perform(m_row, action);
         }
     }

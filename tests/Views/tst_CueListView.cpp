@@ -44,7 +44,7 @@ struct Editor {
     {
         QList<Cue> list;
         for (int i = 0; i < count; ++i)
-            list.append({QUuid::createUuid(), QString(QChar('A' + i % 26)), 10 * (i + 1)});
+            list.append({QUuid::createUuid(), QString(QChar('A' + i % 26)), qint64 {10} * (i + 1)});
         cues.cues = list;
         auto* column = new QVBoxLayout(&window);
         column->addWidget(&view);
