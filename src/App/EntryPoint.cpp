@@ -18,7 +18,8 @@ int main(int argc, char* argv[])
 
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Tarrow"_s);
-    QApplication::setApplicationVersion(QStringLiteral(TARROW_VERSION));
+    const QJsonObject information = informationDictionary();
+    QApplication::setApplicationVersion(runningVersion(information));
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
     // Where the sound module lies once installed; Qt looks beside the program by itself.
@@ -26,7 +27,7 @@ int main(int argc, char* argv[])
         QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));
 
     SystemPreferences preferences;
-    AppDelegate delegate(preferences);
+    AppDelegate delegate(preferences, information);
     const TerminationSignals terminationSignals([] { QApplication::quit(); });
     QObject::connect(&application, &QApplication::aboutToQuit, &application,
         [&delegate] { delegate.applicationWillTerminate(); });

@@ -288,13 +288,14 @@ void CueRowsView::keyPressEvent(QKeyEvent* event)
 {
     const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     const std::optional<Target> target = targetAfter(event->key());
-    if (isPlain && target)
-        moveFocus(*target);
     // A key that is held down must not remove one cue after the other.
-    else if (isPlain && event->key() == Qt::Key_Space && !event->isAutoRepeat())
-        perform(m_focus.row, m_focus.action);
-    else
+    const bool isPress = event->key() == Qt::Key_Space && !event->isAutoRepeat();
+    if (!isPlain || (!target && !isPress))
         return event->ignore();
+    if (target)
+        moveFocus(*target);
+    else
+        perform(m_focus.row, m_focus.action);
     bringIntoView(m_focus.row);
 }
 
