@@ -1,0 +1,48 @@
+#include "Views/MessageSection.h"
+
+#include "Support/Follow.h"
+
+using namespace Qt::StringLiterals;
+
+MessageSection::MessageSection(TimerEngine& engine, QWidget* parent)
+    : GroupBox(u"Message"_s, parent)
+    , m_engine(engine)
+    , m_clear(u"Clear"_s)
+{
+    auto* row = new QHBoxLayout;
+    row->setSpacing(6);
+    m_text.setPlaceholderText(u"Message to display"_s);
+    m_text.setAccessibleName(u"Message"_s);
+    row->addWidget(&m_text, 1);
+    for (QPushButton* button : {&m_showOrHide, &m_clear}) {
+        button->setFocusPolicy(Qt::TabFocus);
+        row->addWidget(button);
+    }
+    column().addLayout(row);
+
+    connect(&m_text, &QLineEdit::returnPressed, this, [this] { send(); });
+    connect(&m_showOrHide, &QAbstractButton::clicked, this, [this] { showOrHide(); });
+    connect(&m_clear, &QAbstractButton::clicked, this, [this] { clear(); });
+    m_notifier = follow(engine.snapshot, [this](const DisplaySnapshot& snapshot) {
+        m_showOrHide.setText(snapshot.message ? u"Hide"_s : u"Show"_s);
+    });
+}
+
+void MessageSection::send()
+{
+    m_engine.setMessage(m_text.text());
+}
+
+void MessageSection::showOrHide()
+{
+    if (m_engine.snapshot.value().message)
+        m_engine.setMessage(std::nullopt);
+    else
+        send();
+}
+
+void MessageSection::clear()
+{
+    m_text.clear();
+    m_engine.setMessage(std::nullopt);
+}
