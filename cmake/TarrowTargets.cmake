@@ -27,6 +27,10 @@ if(TARROW_SANITIZERS)
   target_link_options(TarrowOptions INTERFACE -fsanitize=${TARROW_SANITIZERS})
 endif()
 
+# What the program loads at run time.
+include(GNUInstallDirs)
+set(TARROW_INSTALL_MODULES ${CMAKE_INSTALL_LIBDIR}/tarrow)
+
 # tarrow_library(FOLDER SOURCES file… [LINKS library…] [PRIVATE_LINKS library…])
 #
 # One folder of src/ is one static library of the folder's name. LINKS name the folders and

@@ -22,7 +22,8 @@ SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 class Program:
     """The program, its log in a file. `changes` are settings other than SETTINGS."""
 
-    def __init__(self, display=None, **changes):
+    def __init__(self, display=None, executable=PROGRAM, **changes):
+        self.executable = executable
         self.home = tempfile.TemporaryDirectory()
         self.store("TarrowSettings.v1", SETTINGS | changes)
         self.environment = dict(
@@ -43,7 +44,7 @@ class Program:
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
-        self.process = subprocess.Popen([PROGRAM], env=self.environment, stderr=self.log)
+        self.process = subprocess.Popen([self.executable], env=self.environment, stderr=self.log)
         self.port = int(self.wait_for_log(LISTENING)[1])
         return self
 

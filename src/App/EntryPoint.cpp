@@ -21,6 +21,9 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(QStringLiteral(TARROW_VERSION));
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
+    // Where the sound module lies once installed; Qt looks beside the program by itself.
+    QApplication::addLibraryPath(
+        QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));
 
     SystemPreferences preferences;
     AppDelegate delegate(preferences);
