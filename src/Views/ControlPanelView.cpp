@@ -3,6 +3,7 @@
 #include "StreamDeck/StreamDeckPanel.h"
 #include "Support/Fonts.h"
 #include "Views/AppearanceSection.h"
+#include "Views/Components/ConsoleStyle.h"
 #include "Views/Components/Divider.h"
 #include "Views/Components/SegmentedControl.h"
 #include "Views/Components/SymbolButton.h"
@@ -126,6 +127,8 @@ QLayout* ControlPanelView::makeModeBar()
     modes->onChoice = [this](int mode) { setMode(static_cast<ConsoleMode>(mode)); };
     row->addWidget(modes, 1);
     m_expandButton = new SymbolButton({}, {}, 20, m_compactBlock);
+    // The symbol ends where the row does.
+    m_expandButton->setContentsMargins(6, 4, 0, 4);
     connect(
         m_expandButton, &QAbstractButton::clicked, this, [this] { setExpanded(!m_isExpanded); });
     row->addWidget(m_expandButton);
@@ -145,6 +148,7 @@ QWidget* ControlPanelView::makeExpandedBlock()
     scrollArea->setFocusPolicy(Qt::NoFocus);
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scrollArea->setWidgetResizable(true);
+    scrollArea->setProperty(ConsoleStyle::scrollBarOverlaps, true);
     block->addWidget(scrollArea, 1);
 
     m_settingsColumn = new QWidget;

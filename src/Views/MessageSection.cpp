@@ -14,6 +14,9 @@ MessageSection::MessageSection(TimerEngine& engine, QWidget* parent)
     m_text.setPlaceholderText(u"Message to display"_s);
     m_text.setAccessibleName(u"Message"_s);
     row->addWidget(&m_text, 1);
+    // The field keeps its width when the label changes.
+    m_showOrHide.setText(u"Show"_s);
+    m_showOrHide.setMinimumWidth(m_showOrHide.sizeHint().width());
     for (QPushButton* button : {&m_showOrHide, &m_clear}) {
         button->setFocusPolicy(Qt::TabFocus);
         row->addWidget(button);

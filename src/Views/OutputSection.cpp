@@ -52,9 +52,12 @@ OutputSection::OutputSection(AppSettings& settings, QWidget* parent)
         settings.webRemoteEnabled);
 
     auto* addresses = new QVBoxLayout;
+    QFont addressFont = Fonts::monospaced(11, QFont::Normal);
+    // The typeface would draw "://" as one sign.
+    addressFont.setStyleStrategy(QFont::PreferNoShaping);
     addresses->setSpacing(3);
     for (QLabel* address : {&m_controlAddress, &m_displayAddress}) {
-        address->setFont(Fonts::monospaced(11, QFont::Normal));
+        address->setFont(addressFont);
         address->setForegroundRole(QPalette::PlaceholderText);
         address->setTextFormat(Qt::PlainText);
         address->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
