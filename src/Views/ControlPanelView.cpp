@@ -10,6 +10,7 @@
 #include "Views/Components/Toggle.h"
 #include "Views/ConsolePreview.h"
 #include "Views/CueControls.h"
+#include "Views/CueListView.h"
 #include "Views/MessageSection.h"
 #include "Views/OutputSection.h"
 #include "Views/StatesSection.h"
@@ -161,10 +162,18 @@ QWidget* ControlPanelView::makeExpandedBlock()
     column->addWidget(new StatesSection(m_models.engine, m_models.settings));
     column->addWidget(new AppearanceSection(m_models.settings));
     column->addWidget(m_outputSection);
+    column->addWidget(makeCueList());
     column->addWidget(new StreamDeckPanel(m_models.streamDeck));
     column->addLayout(makeOptions());
     column->addStretch();
     return m_expandedBlock;
+}
+
+QWidget* ControlPanelView::makeCueList()
+{
+    auto* group = new GroupBox(u"Running order"_s);
+    group->column().addWidget(new CueListView(m_models.cues, m_models.settings));
+    return group;
 }
 
 QLayout* ControlPanelView::makeOptions()

@@ -64,6 +64,7 @@ private:
     [[nodiscard]] QWidget* makeCompactBlock();
     [[nodiscard]] QLayout* makeModeBar();
     [[nodiscard]] QWidget* makeExpandedBlock();
+    [[nodiscard]] QWidget* makeCueList();
     [[nodiscard]] QLayout* makeOptions();
     void setMode(ConsoleMode mode);
     void setExpanded(bool isExpanded);

@@ -7,12 +7,11 @@ using namespace Qt::StringLiterals;
 MessageSection::MessageSection(TimerEngine& engine, QWidget* parent)
     : GroupBox(u"Message"_s, parent)
     , m_engine(engine)
+    , m_text(u"Message to display"_s)
     , m_clear(u"Clear"_s)
 {
     auto* row = new QHBoxLayout;
     row->setSpacing(6);
-    m_text.setPlaceholderText(u"Message to display"_s);
-    m_text.setAccessibleName(u"Message"_s);
     row->addWidget(&m_text, 1);
     // The field keeps its width when the label changes.
     m_showOrHide.setText(u"Show"_s);

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Model/TimerEngine.h"
+#include "Views/Components/EntryField.h"
 #include "Views/Components/GroupBox.h"
 
-#include <QLineEdit>
 #include <QPushButton>
 
 /// Where the operator writes the message for the audience, and shows and hides it. What is written
@@ -19,7 +19,7 @@ private:
     void clear();
 
     TimerEngine& m_engine;
-    QLineEdit m_text;
+    EntryField m_text;
     QPushButton m_showOrHide;
     QPushButton m_clear;
     QPropertyNotifier m_notifier;

@@ -6,7 +6,6 @@
 #include "Views/Components/StateChip.h"
 #include "Views/TransportButtons.h"
 
-#include <QApplication>
 #include <QHBoxLayout>
 
 #include <cmath>
@@ -15,12 +14,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Whether the widget takes text, so that the keys typed there are its own.
-bool takesText(const QWidget* widget)
-{
-    return widget != nullptr && widget->testAttribute(Qt::WA_InputMethodEnabled);
-}
 
 /// Nothing for what is no number, and for what no count of seconds can hold: a slip of the hand
 /// must not stop the show.
@@ -50,8 +43,6 @@ TimerControls::TimerControls(TimerEngine& engine, QWidget* parent)
     m_returnKey.setKeys({Qt::Key_Return, Qt::Key_Enter});
     m_returnKey.setAutoRepeat(false);
     connect(&m_returnKey, &QShortcut::activated, this, [this] { go(); });
-    connect(qApp, &QApplication::focusChanged, this,
-        [this](QWidget*, QWidget* now) { m_returnKey.setEnabled(!takesText(now)); });
 }
 
 QWidget* TimerControls::makeTransport()

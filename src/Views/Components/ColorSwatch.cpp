@@ -1,5 +1,7 @@
 #include "Views/Components/ColorSwatch.h"
 
+#include "Views/Components/ConsoleStyle.h"
+
 #include <QPainter>
 
 namespace {
@@ -16,7 +18,7 @@ ColorSwatch::ColorSwatch(const QString& name, const QColor& color, QWidget* pare
 {
     setToolTip(name);
     setAccessibleName(name);
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAttribute(Qt::WA_Hover);
 }
@@ -36,14 +38,10 @@ void ColorSwatch::paintEvent(QPaintEvent*)
     painter.setBrush(m_color);
     painter.drawEllipse(circle);
 
-    QColor outline = palette().color(QPalette::PlaceholderText);
-    if (!underMouse() && !isDown())
-        outline.setAlphaF(outline.alphaF() / 2);
+    const double opacity = underMouse() || isDown() ? 1 : 0.5;
     painter.setBrush(Qt::NoBrush);
-    painter.setPen(outline);
+    painter.setPen(withOpacity(secondaryColor(palette()), opacity));
     painter.drawEllipse(circle.adjusted(0.5, 0.5, -0.5, -0.5));
-    if (!hasFocus())
-        return;
-    painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-    painter.drawEllipse(circle.adjusted(-2, -2, 2, 2));
+    if (showsFocus(*this))
+        drawFocusRing(painter, rect(), diameter / 2 + margin, palette());
 }

@@ -1,5 +1,7 @@
 #include "Views/Components/ColorWell.h"
 
+#include "Views/Components/ConsoleStyle.h"
+
 #include <QColorDialog>
 #include <QPainter>
 #include <QSignalBlocker>
@@ -15,7 +17,7 @@ ColorWell::ColorWell(const QString& name, QWidget* parent)
     : QAbstractButton(parent)
 {
     setAccessibleName(name);
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAttribute(Qt::WA_Hover);
     connect(this, &QAbstractButton::clicked, this, &ColorWell::openPanel);
@@ -63,14 +65,10 @@ void ColorWell::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QRectF well = QRectF(rect()).adjusted(2.5, 2.5, -2.5, -2.5);
-    painter.setPen(palette().color(QPalette::PlaceholderText));
-    painter.setBrush(m_color);
-    painter.drawRoundedRect(well, radius - 2, radius - 2);
-    if (!hasFocus())
-        return;
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-    well.adjust(-1.5, -1.5, 1.5, 1.5);
-    painter.drawRoundedRect(well, radius, radius);
+    const QRectF well = QRectF(rect()).adjusted(2, 2, -2, -2);
+    const double opacity = underMouse() || isDown() ? 1 : 0.5;
+    drawRoundedBox(
+        painter, well, radius - 2, m_color, withOpacity(secondaryColor(palette()), opacity));
+    if (showsFocus(*this))
+        drawFocusRing(painter, rect(), radius, palette());
 }

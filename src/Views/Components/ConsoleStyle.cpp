@@ -379,6 +379,11 @@ QColor warningColor(const QPalette& palette)
     return byAppearance(palette, 0xffa85400, 0xffffa330);
 }
 
+QColor destructiveColor(const QPalette& palette)
+{
+    return byAppearance(palette, 0xffc9241f, 0xffff6b61);
+}
+
 QColor connectedColor(const QPalette& palette)
 {
     return byAppearance(palette, 0xff1e9a3e, 0xff32d158);

@@ -51,6 +51,8 @@ public:
 [[nodiscard]] QColor groupColor(const QPalette& palette);
 /// A hint that something needs the operator.
 [[nodiscard]] QColor warningColor(const QPalette& palette);
+/// What takes something away for good.
+[[nodiscard]] QColor destructiveColor(const QPalette& palette);
 /// A device that is there.
 [[nodiscard]] QColor connectedColor(const QPalette& palette);
 

@@ -59,8 +59,7 @@ void SymbolButton::paintEvent(QPaintEvent*)
     }
     if (!isEnabled())
         painter.setOpacity(0.35);
-    paintSymbol(painter, m_symbol, contentsRect(),
-        isEnabled() && underMouse() ? text : secondary);
+    paintSymbol(painter, m_symbol, contentsRect(), isEnabled() && underMouse() ? text : secondary);
     if (showsFocus(*this))
         drawFocusRing(painter, rect(), 6, palette());
 }

@@ -1,0 +1,89 @@
+#include "Views/CueListDialogs.h"
+
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QPushButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A hundred thousand cues. Reading something much larger would hold up the show.
+constexpr qint64 mostBytes = 16 << 20;
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    // Opening a pipe or a device may never come back.
+    if (QFileInfo::exists(path) && !QFileInfo(path).isFile())
+        return;
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(bytes);
+}
+
+/// Nothing when it cannot be read as a whole.
+std::optional<QByteArray> readFile(const QString& path)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || file.size() > mostBytes || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return bytes;
+}
+
+QFileDialog* makePanel(QWidget* parent, const QString& title, QFileDialog::AcceptMode mode)
+{
+    auto* panel = new QFileDialog(parent, title);
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setAcceptMode(mode);
+    return panel;
+}
+
+} // namespace
+
+void CueListDialogs::saveCues(CueController& cues, QWidget* parent)
+{
+    QFileDialog* panel = makePanel(parent, u"Save Running Order"_s, QFileDialog::AcceptSave);
+    panel->setNameFilter(u"Running orders (*.trcue)"_s);
+    panel->setDefaultSuffix(u"trcue"_s);
+    panel->selectFile(u"Running Order.trcue"_s);
+    QObject::connect(panel, &QFileDialog::fileSelected, parent,
+        [&cues](const QString& path) { writeFile(path, cues.exportData()); });
+    panel->open();
+}
+
+void CueListDialogs::importCues(CueController& cues, QWidget* parent)
+{
+    QFileDialog* panel = makePanel(parent, u"Import Running Order"_s, QFileDialog::AcceptOpen);
+    panel->setFileMode(QFileDialog::ExistingFile);
+    panel->setNameFilter(u"Running orders (*.trcue *.tarrowcues)"_s);
+    QObject::connect(panel, &QFileDialog::fileSelected, parent, [&cues](const QString& path) {
+        if (const auto bytes = readFile(path))
+            cues.replaceCues(*bytes);
+    });
+    panel->open();
+}
+
+void CueListDialogs::clearCues(CueController& cues, QWidget* parent)
+{
+    auto* alert = new QMessageBox(QMessageBox::Warning, QString(), u"Clear the running order?"_s,
+        QMessageBox::NoButton, parent);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setInformativeText(u"This removes all %1 cues and can’t be undone."_s.arg(
+        QString::number(cues.cues.value().size())));
+    QPushButton* clear = alert->addButton(u"Clear All"_s, QMessageBox::DestructiveRole);
+    QPushButton* cancel = alert->addButton(u"Cancel"_s, QMessageBox::RejectRole);
+    // Return cancels, wherever the focus is.
+    clear->setAutoDefault(false);
+    alert->setDefaultButton(cancel);
+    alert->setEscapeButton(cancel);
+    QObject::connect(clear, &QPushButton::clicked, parent, [&cues] {
+        cues.currentCueID = std::nullopt;
+        cues.cues = QList<Cue>();
+    });
+    alert->open();
+}

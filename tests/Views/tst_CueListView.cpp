@@ -1,0 +1,544 @@
+#include "Views/CueListView.h"
+#include "Views/CueRowsView.h"
+
+#include "helpers/ManualClock.h"
+#include "helpers/MemoryPreferences.h"
+
+#include <QCheckBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPaintEvent>
+#include <QPointer>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QShortcut>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <sys/stat.h>
+
+using namespace Qt::StringLiterals;
+
+using Action = CueRowsView::Action;
+
+namespace {
+
+/// The editor in a window as wide as the console's, with a running order "A B C …" of cues of 10,
+/// 20, 30 … seconds.
+struct Editor {
+    MemoryPreferences preferences;
+    AppSettings settings {preferences};
+    ManualClock clock;
+    TimerEngine engine {settings, clock.clock()};
+    CueController cues {engine, settings, preferences};
+    QWidget window;
+    CueListView view {cues, settings, &window};
+    CueRowsView& rows {*view.findChild<CueRowsView*>()};
+
+    explicit Editor(int count)
+    {
+        QList<Cue> list;
+        for (int i = 0; i < count; ++i)
+            list.append({QUuid::createUuid(), QString(QChar('A' + i % 26)), 10 * (i + 1)});
+        cues.cues = list;
+        auto* column = new QVBoxLayout(&window);
+        column->addWidget(&view);
+        column->addStretch();
+        window.setFixedWidth(340);
+    }
+
+    bool show()
+    {
+        window.show();
+        window.activateWindow();
+        return QTest::qWaitForWindowActive(&window);
+    }
+
+    /// The titles, with a star before the current one.
+    [[nodiscard]] QString list() const
+    {
+        QStringList titles;
+        for (qsizetype i = 0; i < cues.cues.value().size(); ++i)
+            titles.append((i == cues.currentIndex() ? u"*"_s : u""_s) + cues.cues.value()[i].title);
+        return titles.join(u' ');
+    }
+
+    [[nodiscard]] QPoint at(qsizetype row, Action action) const
+    {
+        return rows.buttonRect(row, action).center();
+    }
+
+    /// What the operator and others do: "request argument…; …".
+    void play(const QString& script)
+    {
+        const QStringList steps = script.split(u"; "_s);
+        for (const QString& step : steps)
+            carryOut(step.split(u' '));
+    }
+
+    void carryOut(const QStringList& words)
+    {
+        static const QStringList actions {u"start"_s, u"up"_s, u"down"_s, u"remove"_s};
+        QWidget* viewport = rows.viewport();
+        const int row = words.value(1).toInt();
+        const QPoint place = at(row, static_cast<Action>(actions.indexOf(words.value(2))));
+        const auto key = [&](bool isRepeated) {
+            const Qt::Key code = QKeySequence::fromString(words[1])[0].key();
+            QKeyEvent event(QEvent::KeyPress, code, {}, QString(), isRepeated);
+            QCoreApplication::sendEvent(&rows, &event);
+        };
+        const auto secondPress = [&] {
+            QMouseEvent event(QEvent::MouseButtonDblClick, place, viewport->mapToGlobal(place),
+                Qt::LeftButton, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(viewport, &event);
+            QTest::mouseRelease(viewport, Qt::LeftButton, {}, place);
+        };
+        const auto rename = [&] {
+            QList<Cue> list = cues.cues;
+            list[row].title += u'x';
+            cues.cues = list;
+        };
+        const QMap<QString, std::function<void()>> requests {
+            {u"click"_s, [&] { QTest::mouseClick(viewport, Qt::LeftButton, {}, place); }},
+            {u"again"_s, secondPress},
+            {u"press"_s, [&] { QTest::mousePress(viewport, Qt::LeftButton, {}, place); }},
+            {u"release"_s, [&] { QTest::mouseRelease(viewport, Qt::LeftButton, {}, place); }},
+            {u"key"_s, [&] { key(false); }},
+            {u"hold"_s, [&] { key(true); }},
+            {u"next"_s, [&] { cues.next(); }},
+            {u"select"_s, [&] { cues.select(row); }},
+            {u"rename"_s, rename},
+            {u"move"_s, [&] { cues.move(row, words[2].toInt()); }},
+            {u"remove"_s, [&] { cues.remove(row); }},
+            {u"add"_s, [&] { cues.add(u"New"_s, 1); }},
+            {u"clear"_s, [&] { cues.cues = QList<Cue>(); }},
+            {u"hide"_s, [&] { view.hide(); }},
+            {u"show"_s, [&] { view.show(); }},
+        };
+        requests[words.first()]();
+    }
+
+    [[nodiscard]] QPushButton* button(const QString& text) const
+    {
+        const auto buttons = window.findChildren<QPushButton*>();
+        const auto found = std::ranges::find(buttons, text, &QPushButton::text);
+        return found == buttons.end() ? nullptr : *found;
+    }
+
+    [[nodiscard]] QLineEdit* field(const QString& placeholder) const
+    {
+        const auto fields = view.findChildren<QLineEdit*>();
+        const auto found = std::ranges::find(fields, placeholder, &QLineEdit::placeholderText);
+        return found == fields.end() ? nullptr : *found;
+    }
+
+    /// What the button opens.
+    template <typename Dialog> Dialog* open(const QString& text)
+    {
+        QTest::mouseClick(button(text), Qt::LeftButton);
+        auto* dialog = view.findChild<Dialog*>();
+        return dialog != nullptr && QTest::qWaitForWindowExposed(dialog) ? dialog : nullptr;
+    }
+};
+
+/// Collects what a widget is asked to paint.
+class PaintWatch final : public QObject {
+public:
+    explicit PaintWatch(QWidget& widget) { widget.installEventFilter(this); }
+
+    QRegion painted;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent*>(event)->region();
+        return false;
+    }
+};
+
+/// Presses Return on the path, and answers when the panel asks whether to write over a file.
+void confirm(QFileDialog* panel, const QString& path)
+{
+    panel->findChild<QLineEdit*>()->setText(path);
+    QTimer::singleShot(0, panel, [panel] {
+        if (auto* question = panel->findChild<QMessageBox*>())
+            question->button(QMessageBox::Yes)->click();
+    });
+    QTest::keyClick(panel, Qt::Key_Return);
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class CueListViewTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QApplication::setAttribute(Qt::AA_DontUseNativeDialogs); }
+
+    /// Starts with A current; what is started is marked with its time.
+    void rows_data()
+    {
+        QTest::addColumn<QString>("list");
+        const auto row = [](const char* script, const char* list) {
+            QTest::newRow(script) << list;
+        };
+        row("click 1 start", "A *B C D 00:20");
+        row("click 1 up", "B *A C D");
+        row("click 1 down", "*A C B D");
+        row("click 0 remove", "B C D");
+        row("click 0 up; click 3 down", "*A B C D");
+        row("press 1 remove; release 2 remove", "*A B C D");
+        row("press 1 remove; release 1 down", "*A B C D");
+        row("click 3 remove; click 2 remove; click 1 remove; click 0 up; click 0 down", "*A");
+        row("click 0 down; again 0 down", "*A B C D");
+        // A cue that takes the place of the pressed one is not what was meant.
+        row("press 1 start; remove 0; release 1 start", "B C D");
+        row("press 1 start; remove 2; release 1 start", "A *B D 00:20");
+        row("press 3 start; remove 0; release 3 start", "B C D");
+
+        row("key Space", "*A B C D 00:10");
+        row("key Down; key Space", "A *B C D 00:20");
+        row("key Up; key Left; key Space", "*A B C D 00:10");
+        row("key End; key Right; key Space", "*A B D C");
+        row("key End; key Right; key Space; key Space", "*A D B C");
+        row("key Right; key Right; key Space; key Space; key Space; key Space", "B C D *A");
+        row("key Right; key Right; key Right; key Right; key Space", "B C D");
+        row("key End; key Right; key Right; key Right; key Space; key Space", "*A B");
+        row("key PageDown; key PageUp; key Down; key Home; key Space", "*A B C D 00:10");
+        row("key Down; key Down; key Down; key Down; key Space", "A B C *D 00:40");
+        row("key Return; hold Space", "*A B C D");
+        // The keyboard stays with its cue.
+        row("key Down; move 0 1; key Space", "*B A C D 00:20");
+        row("key Down; remove 0; key Space", "*B C D 00:20");
+        row("click 2 remove; key Left; key Left; key Left; key Space", "A B *D 00:40");
+    }
+    void rows()
+    {
+        QFETCH(const QString, list);
+        Editor editor(4);
+        QVERIFY(editor.show());
+        editor.cues.select(0);
+        editor.rows.setFocus(Qt::TabFocusReason);
+        editor.play(QString::fromLatin1(QTest::currentDataTag()));
+        const QString time = editor.engine.snapshot.value().timeText;
+        const bool isRunning = editor.engine.phase == TimerEngine::Phase::running;
+        QCOMPARE(editor.list() + (isRunning ? u' ' + time : QString()), list);
+    }
+
+    void adds_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("minutes");
+        QTest::addColumn<QString>("added");
+        const auto row = [](const char* title, const char* minutes, const char* added) {
+            QTest::addRow("%s, %s", title, minutes)
+                << QString::fromUtf8(title) << QString::fromLatin1(minutes) << added;
+        };
+        row("Welcome", "5", "Welcome 300");
+        row(" Welcome ", "0.25", "Welcome 15");
+        row("Welcome", "1e1", "Welcome 600");
+        row("Break", "abc", "Break 0");
+        row("Break", " 5", "Break 0");
+        row("Break", "5,5", "Break 0");
+        row("Break", "5 min", "Break 0");
+        row("Break", "-5", "Break 0");
+        row("Break", "", "Break 0");
+        row("", "5", "Cue 2 300");
+        row(" \t", "5", "Cue 2 300");
+        row("\u2003\u00a0", "0", nullptr);
+        row(" ", "abc", nullptr);
+        row("", "", nullptr);
+        row("", "-1", nullptr);
+        row("", "nan", nullptr);
+    }
+    void adds()
+    {
+        QFETCH(const QString, title);
+        QFETCH(const QString, minutes);
+        QFETCH(const QString, added);
+        enum class Way { button, returnInTitle, returnInMinutes };
+        for (const Way way : {Way::button, Way::returnInTitle, Way::returnInMinutes}) {
+            Editor editor(1);
+            QVERIFY(editor.show());
+            const QShortcut shortcut(Qt::Key_Return, &editor.window);
+            const QSignalSpy shortcuts(&shortcut, &QShortcut::activated);
+            QLineEdit* titleField = editor.field(u"Cue title"_s);
+            QLineEdit* minutesField = editor.field(u"Min"_s);
+            titleField->setText(title);
+            minutesField->setText(minutes);
+            if (way == Way::button) {
+                QTest::mouseClick(editor.button(u"Add"_s), Qt::LeftButton);
+            } else {
+                QLineEdit* field = way == Way::returnInTitle ? titleField : minutesField;
+                field->setFocus();
+                QTest::keyClick(field, Qt::Key_Return);
+            }
+            const Cue last = editor.cues.cues.value().last();
+            const QString text = u"%1 %2"_s.arg(last.title).arg(last.seconds);
+            QCOMPARE(text, added.isNull() ? u"A 10"_s : added);
+            QCOMPARE(titleField->text(), added.isNull() ? title : QString());
+            QCOMPARE(minutesField->text(), added.isNull() ? minutes : QString());
+            QCOMPARE(shortcuts.count(), 0);
+        }
+    }
+
+    void stepsAndFollows()
+    {
+        Editor editor(3);
+        QVERIFY(editor.show());
+        QTest::mouseClick(editor.button(u"Next"_s), Qt::LeftButton);
+        QTest::mouseClick(editor.button(u"Next"_s), Qt::LeftButton);
+        QCOMPARE(editor.list(), u"A *B C"_s);
+        QTest::mouseClick(editor.button(u"Prev"_s), Qt::LeftButton);
+        QCOMPARE(editor.list(), u"*A B C"_s);
+        QCOMPARE(editor.engine.phase.value(), TimerEngine::Phase::idle);
+        auto* toggle = editor.view.findChild<QCheckBox*>();
+        editor.settings.cueFollow = true;
+        QVERIFY(toggle->isChecked());
+        toggle->click();
+        QVERIFY(!editor.settings.cueFollow);
+    }
+
+    void emptyListOffersOnlyWhatMakesSense()
+    {
+        Editor editor(0);
+        QVERIFY(editor.show());
+        const auto offered = [&] {
+            const auto state = [&](const QString& text) {
+                return editor.button(text)->isEnabled();
+            };
+            return QList<bool> {editor.rows.isVisible(), state(u"Save…"_s), state(u"Import…"_s),
+                state(u"Clear All"_s)};
+        };
+        const QList<bool> whenEmpty {false, false, true, false};
+        QCOMPARE(offered(), whenEmpty);
+        editor.cues.add(u"A"_s, 1);
+        QCOMPARE(offered(), QList<bool>({true, true, true, true}));
+        editor.cues.remove(0);
+        QCOMPARE(offered(), whenEmpty);
+    }
+
+    /// What is typed, and the caret in it, is the operator's own.
+    void leavesTheFieldsAlone()
+    {
+        Editor editor(3);
+        QVERIFY(editor.show());
+        QLineEdit* field = editor.field(u"Cue title"_s);
+        field->setFocus();
+        QTest::keyClicks(field, u"Panel"_s);
+        field->setSelection(1, 2);
+        editor.cues.load(1);
+        editor.cues.remove(0);
+        editor.settings.cueFollow = true;
+        editor.cues.cues = QList<Cue>();
+        QCOMPARE(field->text(), u"Panel"_s);
+        QCOMPARE(field->selectedText(), u"an"_s);
+        QVERIFY(field->hasFocus());
+    }
+
+    void asksBeforeItClears_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<bool>("isClearFocused");
+        QTest::addColumn<bool>("clears");
+        QTest::newRow("Return") << Qt::Key_Return << false << false;
+        QTest::newRow("Return on Clear All") << Qt::Key_Return << true << false;
+        QTest::newRow("Escape") << Qt::Key_Escape << true << false;
+        QTest::newRow("Clear All") << Qt::Key_Space << true << true;
+    }
+    void asksBeforeItClears()
+    {
+        QFETCH(const Qt::Key, key);
+        QFETCH(const bool, isClearFocused);
+        QFETCH(const bool, clears);
+        Editor editor(12);
+        QVERIFY(editor.show());
+        editor.cues.load(0);
+        auto* alert = editor.open<QMessageBox>(u"Clear All"_s);
+        QVERIFY(alert);
+        QCOMPARE(alert->icon(), QMessageBox::Warning);
+        QCOMPARE(alert->text(), u"Clear the running order?"_s);
+        QCOMPARE(alert->informativeText(), u"This removes all 12 cues and can’t be undone."_s);
+        QCOMPARE(alert->windowModality(), Qt::WindowModal);
+        const auto buttons = alert->buttons();
+        const auto clear = std::ranges::find(buttons, u"Clear All"_s, &QAbstractButton::text);
+        QVERIFY(clear != buttons.end());
+        if (isClearFocused)
+            (*clear)->setFocus();
+        QTest::keyClick(alert->focusWidget(), key);
+        QVERIFY(!alert->isVisible());
+        QCOMPARE(editor.cues.cues.value().size(), clears ? 0 : 12);
+        QCOMPARE(editor.cues.currentCueID.value().has_value(), !clears);
+        QCOMPARE(editor.preferences.documents[u"TarrowCues.v1"_s] == "[]", clears);
+        QCOMPARE(editor.engine.phase.value(), TimerEngine::Phase::running);
+    }
+
+    void saves_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("written");
+        QTest::newRow("as suggested") << u"Running Order.trcue"_s << u"Running Order.trcue"_s;
+        QTest::newRow("without a suffix") << u"Friday"_s << u"Friday.trcue"_s;
+        QTest::newRow("over another file") << u"old.trcue"_s << u"old.trcue"_s;
+        QTest::newRow("to a pipe") << u"pipe.trcue"_s << QString();
+        QTest::newRow("nowhere") << QString() << QString();
+    }
+    void saves()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const QString, written);
+        const QTemporaryDir folder;
+        QVERIFY(writeFile(folder.filePath(u"old.trcue"_s), QByteArray(100'000, 'x')));
+        QCOMPARE(mkfifo(qPrintable(folder.filePath(u"pipe.trcue"_s)), 0600), 0);
+        Editor editor(3);
+        QVERIFY(editor.show());
+        auto* panel = editor.open<QFileDialog>(u"Save…"_s);
+        QVERIFY(panel);
+        QCOMPARE(panel->windowModality(), Qt::WindowModal);
+        QCOMPARE(panel->findChild<QLineEdit*>()->text(), u"Running Order.trcue"_s);
+        // What is saved is what there is when the operator has decided.
+        editor.cues.add(u"D"_s, 1);
+        if (name.isEmpty())
+            panel->reject();
+        else
+            confirm(panel, folder.filePath(name));
+        QVERIFY(!panel->isVisible());
+        if (!written.isEmpty())
+            QCOMPARE(readFile(folder.filePath(written)), editor.cues.exportData());
+        QCOMPARE(editor.list(), u"A B C D"_s);
+    }
+
+    void imports_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("document") << u"show.trcue"_s << true;
+        QTest::newRow("document of the other suffix") << u"show.tarrowcues"_s << true;
+        QTest::newRow("no document") << u"text.trcue"_s << false;
+        QTest::newRow("too large") << u"large.trcue"_s << false;
+        QTest::newRow("pipe") << u"pipe.trcue"_s << false;
+        QTest::newRow("nothing chosen") << QString() << false;
+    }
+    void imports()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const bool, isTaken);
+        const QTemporaryDir folder;
+        Editor editor(3);
+        editor.cues.select(1);
+        const QByteArray document = R"({"cues":[],"format":"TarrowCues","version":1})";
+        QVERIFY(writeFile(folder.filePath(u"show.trcue"_s), document));
+        QVERIFY(writeFile(folder.filePath(u"show.tarrowcues"_s), document));
+        QVERIFY(writeFile(folder.filePath(u"text.trcue"_s), "Friday"));
+        QVERIFY(writeFile(folder.filePath(u"large.trcue"_s), document + QByteArray(17 << 20, ' ')));
+        QCOMPARE(mkfifo(qPrintable(folder.filePath(u"pipe.trcue"_s)), 0600), 0);
+        QVERIFY(editor.show());
+        const int writes = editor.preferences.writes;
+        auto* panel = editor.open<QFileDialog>(u"Import…"_s);
+        QVERIFY(panel);
+        QCOMPARE(panel->windowModality(), Qt::WindowModal);
+        if (name.isEmpty())
+            panel->reject();
+        else
+            confirm(panel, folder.filePath(name));
+        QVERIFY(!panel->isVisible());
+        QCOMPARE(editor.list(), isTaken ? QString() : u"A *B C"_s);
+        QCOMPARE(editor.preferences.writes - writes, isTaken ? 1 : 0);
+    }
+
+    void repaintsWhatChanged_data()
+    {
+        QTest::addColumn<QList<int>>("rows");
+        const auto row = [](const char* script, const QList<int>& rows) {
+            QTest::newRow(script) << rows;
+        };
+        row("next", {0, 1});
+        row("select 0", {});
+        row("rename 3", {3});
+        row("rename 400", {});
+        row("move 2 1", {2, 3});
+        row("remove 499", {});
+        row("remove 400", {});
+        row("remove 4", {4, 5, 6});
+        row("add", {});
+    }
+    void repaintsWhatChanged()
+    {
+        QFETCH(const QList<int>, rows);
+        Editor editor(500);
+        editor.cues.select(0);
+        QVERIFY(editor.show());
+        QCoreApplication::processEvents();
+        PaintWatch watch(*editor.rows.viewport());
+        QRegion expected;
+        for (const int row : rows)
+            expected += editor.rows.rowRect(row) & editor.rows.viewport()->rect();
+        editor.play(QString::fromLatin1(QTest::currentDataTag()));
+        QCoreApplication::processEvents();
+        QCOMPARE(watch.painted, expected);
+    }
+
+    void scrolls_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<int>("firstRow");
+        const auto row = [](const char* name, const char* change, int firstRow) {
+            QTest::newRow(name) << QString::fromLatin1(change) << firstRow;
+        };
+        row("a row changes", "rename 0; rename 499; move 101 1; add", 100);
+        row("the current cue changes", "rename 50; move 50 1", 100);
+        row("the current cue moves up", "select 51", 51);
+        row("the current cue moves in sight", "select 103", 100);
+        row("the current cue moves while hidden", "hide; select 51; show", 51);
+        row("the keyboard walks", "key Home", 0);
+        row("the list shrinks", "clear; add", 0);
+    }
+    void scrolls()
+    {
+        QFETCH(const QString, change);
+        QFETCH(const int, firstRow);
+        Editor editor(500);
+        QVERIFY(editor.show());
+        editor.cues.select(50);
+        const int pitch = editor.rows.rowRect(1).top() - editor.rows.rowRect(0).top();
+        editor.rows.verticalScrollBar()->setValue(100 * pitch);
+        editor.play(change);
+        QCoreApplication::processEvents();
+        QCOMPARE(editor.rows.verticalScrollBar()->value(), firstRow * pitch);
+    }
+
+    void isOneStopOfTheTabKey()
+    {
+        Editor editor(3);
+        QVERIFY(editor.show());
+        editor.rows.setFocus();
+        QStringList stops;
+        for (int i = 0; i < 9; ++i) {
+            QTest::keyClick(editor.window.focusWidget(), Qt::Key_Tab);
+            const QWidget* widget = editor.window.focusWidget();
+            const auto* button = qobject_cast<const QAbstractButton*>(widget);
+            stops.append(button ? button->text() : widget->accessibleName());
+        }
+        QCOMPARE(stops.join(u' '), u"Cue title Min Add Prev Next Follow Save… Import… Clear All"_s);
+    }
+};
+
+QTEST_MAIN(CueListViewTest)
+#include "tst_CueListView.moc"
