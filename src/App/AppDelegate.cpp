@@ -52,6 +52,15 @@ CueController& AppDelegate::cues()
     return *m_cues;
 }
 
+StreamDeckManager& AppDelegate::streamDeck()
+{
+    if (!m_streamDeck) {
+        m_streamDeck.emplace(
+            engine(), cues(), settings, m_preferences, std::make_unique<StreamDeckHID>());
+    }
+    return *m_streamDeck;
+}
+
 void AppDelegate::applicationDidFinishLaunching()
 {
     createOutputRouter();
@@ -59,12 +68,15 @@ void AppDelegate::applicationDidFinishLaunching()
     startDispatcher();
     startUDPServer();
     createNDISender();
+    streamDeck();
     takeSleepAssertion();
     activateApplication();
 }
 
 void AppDelegate::applicationWillTerminate()
 {
+    if (m_streamDeck)
+        m_streamDeck->blankToBlack();
     if (m_sleepAssertionID != 0)
         m_sleepAssertion.release(m_sleepAssertionID);
     m_sleepAssertionID = 0;

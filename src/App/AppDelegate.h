@@ -9,6 +9,7 @@
 #include "Net/CommandDispatcher.h"
 #include "Net/UDPServer.h"
 #include "Platform/DisplaySleepAssertion.h"
+#include "StreamDeck/StreamDeckManager.h"
 #include "Support/EventLoopSubscription.h"
 #include "Support/Preferences.h"
 #include "Views/MessageTransition.h"
@@ -31,6 +32,7 @@ public:
     /// Made at their first use.
     [[nodiscard]] TimerEngine& engine();
     [[nodiscard]] CueController& cues();
+    StreamDeckManager& streamDeck();
 
     /// The launch, once, with the event loop about to run.
     void applicationDidFinishLaunching();
@@ -62,6 +64,7 @@ private:
     std::optional<UDPServer> m_udpServer;
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
+    std::optional<StreamDeckManager> m_streamDeck;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

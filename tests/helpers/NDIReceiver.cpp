@@ -20,10 +20,19 @@ struct ReceiveSettings {
 
 enum class Received : int { nothing = 0, video = 1 };
 
+/// It stays loaded until the process ends: the runtime keeps some memory for good, which would be
+/// nobody's any more once its library is gone. Null where there is no runtime.
+const DynamicLibrary* loadedRuntime(const QString& folder)
+{
+    static const DynamicLibrary* const library =
+        DynamicLibrary::open(folder + u"/libndi.so.6"_s).release();
+    return library;
+}
+
 } // namespace
 
 NDIReceiver::NDIReceiver(const QString& runtimeFolder)
-    : m_library(DynamicLibrary::open(runtimeFolder + u"/libndi.so.6"_s))
+    : m_library(loadedRuntime(runtimeFolder))
 {
     if (!m_library || !m_library->function<bool()>("NDIlib_initialize")())
         return;

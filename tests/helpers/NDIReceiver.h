@@ -6,7 +6,6 @@
 #include <QString>
 
 #include <chrono>
-#include <memory>
 
 /// Receives the video of one NDI source on this machine, with the real runtime.
 class NDIReceiver {
@@ -31,6 +30,6 @@ public:
     [[nodiscard]] Frame receive(std::chrono::milliseconds timeout);
 
 private:
-    std::unique_ptr<DynamicLibrary> m_library;
+    const DynamicLibrary* m_library;
     void* m_receiver = nullptr;
 };

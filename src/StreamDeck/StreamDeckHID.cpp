@@ -1,0 +1,377 @@
+#include "StreamDeck/StreamDeckHID.h"
+
+#include "Support/ControlLog.h"
+
+#include <QMutex>
+#include <QObject>
+#include <QSemaphore>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Generation = StreamDeckModel::Generation;
+
+// Both lend their threads their names.
+constexpr auto threadName = "com.quillfen.plinth.streamdeck.hid"_L1;
+constexpr auto writeQueueName = "com.quillfen.plinth.streamdeck.write"_L1;
+constexpr uint threadStackBytes = 0x80000;
+/// How long stop() waits for the thread.
+constexpr unsigned long stopPatienceInMilliseconds = 500;
+/// How long a deck that takes nothing may hold up flushWrites().
+constexpr int writePatienceInMilliseconds = 3000;
+
+constexpr qint64 defaultInputReportSize = 64;
+
+int headerLength(const StreamDeckModel& model)
+{
+    return model.generation == Generation::gen2 ? 4 : 1;
+}
+
+/// The state of the keys in an input report, in the device's order; nothing in a report that tells
+/// of something else.
+std::optional<QByteArrayView> keyStates(QByteArrayView report, const StreamDeckModel& model)
+{
+    // A device with dials says in this byte what the report is about.
+    constexpr qsizetype eventKind = 1;
+    const int header = headerLength(model);
+    if (report.size() < header + model.keyCount)
+        return std::nullopt;
+    if (model.dials > 0 && report[eventKind] != 0)
+        return std::nullopt;
+    return report.sliced(header, model.keyCount);
+}
+
+QString accessMessage(int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+        return u"macOS blocked Stream Deck access — grant Tarrow under System Settings ▸ Privacy & "
+               "Security ▸ Input Monitoring, then Rescan."_s;
+    case EBUSY:
+        return u"The Stream Deck is in use by another app — fully quit the Elgato Stream Deck "
+               "software (its menu-bar helper too), then Rescan."_s;
+    default:
+        return u"Couldn't open the Stream Deck (IOKit 0x%1)."_s.arg(
+            QString::number(static_cast<uint>(error), 16).toUpper().rightJustified(8, u'0'));
+    }
+}
+
+void logAccess(int error, const QByteArray& node)
+{
+    // The operator's message speaks of another system's settings; this is the way out on this one.
+    const bool isPermission = error == EACCES || error == EPERM;
+    qCCritical(controlLog, "Stream Deck: cannot open %s: %s%s", node.constData(),
+        qUtf8Printable(qt_error_string(error)),
+        isPermission ? "; install the udev rule 60-tarrow-streamdeck.rules and plug it in again"
+                     : "");
+}
+
+} // namespace
+
+/// What one run of the thread knows. It belongs to that thread, except for the deck and its model,
+/// which the owner's thread reads.
+class StreamDeckHID::Session {
+public:
+    struct Deck {
+        std::shared_ptr<HIDDevice> device;
+        StreamDeckModel model;
+    };
+
+    Session(std::unique_ptr<HIDManager> manager, const StreamDeckHID& owner)
+        : onConnect(owner.onConnect)
+        , onDisconnect(owner.onDisconnect)
+        , onKeyChange(owner.onKeyChange)
+        , onAccessDenied(owner.onAccessDenied)
+        , m_manager(std::move(manager))
+    {
+    }
+
+    // Copies, for the owner may be gone while the system still holds up the thread.
+    decltype(StreamDeckHID::onConnect) onConnect;
+    decltype(StreamDeckHID::onDisconnect) onDisconnect;
+    decltype(StreamDeckHID::onKeyChange) onKeyChange;
+    decltype(StreamDeckHID::onAccessDenied) onAccessDenied;
+
+    void threadMain();
+
+    // From here on for the owner's thread.
+
+    [[nodiscard]] std::optional<Deck> deck() const
+    {
+        const QMutexLocker lock(&m_mutex);
+        return m_deck;
+    }
+
+    /// No callback begins after this.
+    void stop()
+    {
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_isStopped = true;
+        }
+        m_manager->stop();
+    }
+
+    void rescan()
+    {
+        m_manager->perform([this] {
+            if (m_identity)
+                return;
+            for (const HIDDeviceInfo& info : m_manager->devices()) {
+                deviceAttached(info);
+                if (m_identity)
+                    break;
+            }
+        });
+    }
+
+private:
+    void deviceAttached(const HIDDeviceInfo& info);
+    void deviceRemoved(const QByteArray& identity);
+    void parseKeys(QByteArrayView states);
+    void teardownDevice();
+
+    template <typename Callback, typename... Arguments>
+    void tell(const Callback& callback, const Arguments&... arguments) const
+    {
+        {
+            const QMutexLocker lock(&m_mutex);
+            if (m_isStopped)
+                return;
+        }
+        if (callback)
+            callback(arguments...);
+    }
+
+    std::unique_ptr<HIDManager> m_manager;
+    /// Of the open deck.
+    std::optional<QByteArray> m_identity;
+    /// Whether each of its keys is down, in the device's order.
+    QList<bool> m_lastStates;
+
+    mutable QMutex m_mutex;
+    std::optional<Deck> m_deck;
+    bool m_isStopped = false;
+};
+
+void StreamDeckHID::Session::threadMain()
+{
+    m_manager->onMatch = [this](const HIDDeviceInfo& info) { deviceAttached(info); };
+    m_manager->onRemoval = [this](const QByteArray& identity) { deviceRemoved(identity); };
+    m_manager->onInputReport = [this](QByteArrayView report) {
+        const auto states = keyStates(report, deck()->model);
+        if (states)
+            parseKeys(*states);
+    };
+    if (const int error = m_manager->open(); error != 0) {
+        logAccess(error, "the list of devices");
+        tell(onAccessDenied, accessMessage(error));
+    }
+    m_manager->run();
+    teardownDevice();
+}
+
+void StreamDeckHID::Session::deviceAttached(const HIDDeviceInfo& info)
+{
+    if (m_identity)
+        return;
+    const auto model = StreamDeckModel::model(info.productID);
+    if (!model)
+        return;
+    const HIDManager::Opened opened = m_manager->openDevice(info);
+    if (!opened.device) {
+        logAccess(opened.error, info.node);
+        tell(onAccessDenied, accessMessage(opened.error));
+        return;
+    }
+    const qint64 reportSize = opened.device->maxInputReportSize().value_or(defaultInputReportSize);
+    const int shortest = headerLength(*model) + model->keyCount + 4;
+    m_manager->listen(opened.device, std::max<qint64>(reportSize, shortest));
+    m_identity = info.identity;
+    m_lastStates = QList<bool>(model->keyCount, false);
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_deck = Deck {opened.device, *model};
+    }
+    tell(onConnect, *model);
+}
+
+void StreamDeckHID::Session::deviceRemoved(const QByteArray& identity)
+{
+    if (m_identity != identity)
+        return;
+    teardownDevice();
+    tell(onDisconnect);
+}
+
+void StreamDeckHID::Session::parseKeys(QByteArrayView states)
+{
+    const StreamDeckModel model = deck()->model;
+    for (int key = 0; key < model.keyCount; ++key) {
+        const bool pressed = states[key] != 0;
+        if (std::exchange(m_lastStates[key], pressed) != pressed)
+            tell(onKeyChange, model.mirroredKey(key), pressed);
+    }
+}
+
+void StreamDeckHID::Session::teardownDevice()
+{
+    m_manager->stopListening();
+    m_identity.reset();
+    m_lastStates.clear();
+    // What is still to be written holds the device open until it has been written, so that no
+    // descriptor is reused too early.
+    const QMutexLocker lock(&m_mutex);
+    m_deck.reset();
+}
+
+/// Does one thing after the other, in the order in which they were asked for, on its thread.
+class StreamDeckHID::WriteQueue {
+public:
+    WriteQueue()
+    {
+        m_thread->setObjectName(writeQueueName);
+        m_context->moveToThread(m_thread.get());
+        m_thread->start();
+    }
+    WriteQueue(const WriteQueue&) = delete;
+    WriteQueue& operator=(const WriteQueue&) = delete;
+
+    ~WriteQueue()
+    {
+        m_thread->quit();
+        if (m_thread->wait(QDeadlineTimer(writePatienceInMilliseconds)))
+            return;
+        // The system holds up a write for good: the process ends without it.
+        [[maybe_unused]] const auto* thread = m_thread.release();
+        [[maybe_unused]] const auto* context = m_context.release();
+    }
+
+    void add(const std::function<void()>& work)
+    {
+        QMetaObject::invokeMethod(m_context.get(), work, Qt::QueuedConnection);
+    }
+
+    void flush()
+    {
+        // Shared, since the work may come to it after the wait is over.
+        const auto done = std::make_shared<QSemaphore>();
+        add([done] { done->release(); });
+        if (!done->tryAcquire(1, writePatienceInMilliseconds))
+            qCWarning(controlLog, "Stream Deck: the deck does not take what is written to it");
+    }
+
+private:
+    std::unique_ptr<QThread> m_thread = std::make_unique<QThread>();
+    std::unique_ptr<QObject> m_context = std::make_unique<QObject>();
+};
+
+StreamDeckHID::StreamDeckHID(ManagerFactory makeManager)
+    : m_makeManager(std::move(makeManager))
+{
+}
+
+StreamDeckHID::~StreamDeckHID()
+{
+    stop();
+}
+
+void StreamDeckHID::start()
+{
+    if (m_session)
+        return;
+    if (!m_writeQueue)
+        m_writeQueue = std::make_unique<WriteQueue>();
+    m_session = std::make_shared<Session>(m_makeManager(), *this);
+    m_thread.reset(QThread::create([session = m_session] { session->threadMain(); }));
+    m_thread->setObjectName(threadName);
+    m_thread->setStackSize(threadStackBytes);
+    m_thread->start();
+}
+
+void StreamDeckHID::stop()
+{
+    if (!m_session)
+        return;
+    m_session->stop();
+    m_session.reset();
+    if (m_thread->wait(stopPatienceInMilliseconds)) {
+        m_thread.reset();
+        return;
+    }
+    // The system holds it up; it ends by itself when it is let go.
+    QThread* thread = m_thread.release();
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+}
+
+void StreamDeckHID::rescan()
+{
+    if (m_session)
+        m_session->rescan();
+    else
+        start();
+}
+
+std::optional<StreamDeckModel> StreamDeckHID::model() const
+{
+    const auto deck = m_session ? m_session->deck() : std::nullopt;
+    return deck ? std::optional(deck->model) : std::nullopt;
+}
+
+void StreamDeckHID::setBrightness(qint64 percent)
+{
+    const auto deckModel = model();
+    if (!deckModel)
+        return;
+    const auto level = static_cast<char>(std::clamp<qint64>(percent, 0, 100));
+    if (deckModel->generation == Generation::gen2)
+        setFeature(QByteArray("\x03\x08", 2) + level, 32);
+    else
+        setFeature(QByteArray("\x05\x55\xAA\xD1\x01", 5) + level, 17);
+}
+
+void StreamDeckHID::reset()
+{
+    const auto deckModel = model();
+    if (!deckModel)
+        return;
+    if (deckModel->generation == Generation::gen2)
+        setFeature(QByteArray("\x03\x02", 2), 32);
+    else
+        setFeature(QByteArray("\x0B\x63", 2), 17);
+}
+
+void StreamDeckHID::setFeature(const QByteArray& report, qsizetype length)
+{
+    const auto deck = m_session ? m_session->deck() : std::nullopt;
+    if (!deck)
+        return;
+    m_writeQueue->add([device = deck->device, padded = report.leftJustified(length, '\0')] {
+        device->setFeatureReport(padded);
+    });
+}
+
+void StreamDeckHID::sendKeyPackets(const QList<QByteArray>& reports)
+{
+    const auto deck = m_session && !reports.isEmpty() ? m_session->deck() : std::nullopt;
+    if (!deck)
+        return;
+    m_writeQueue->add([device = deck->device, reports] {
+        for (const QByteArray& report : reports) {
+            if (!report.isEmpty())
+                device->setOutputReport(report);
+        }
+    });
+}
+
+void StreamDeckHID::flushWrites()
+{
+    if (m_writeQueue)
+        m_writeQueue->flush();
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <variant>
+
+class QNetworkAccessManager;
+
+/// What a feed says of the published version.
+struct UpdateManifest {
+    /// Dotted.
+    QString version;
+    std::optional<qint64> build;
+    std::optional<QString> minimumSystemVersion;
+    QString downloadURL;
+    std::optional<QString> notes;
+};
+
+/// The manifest, or what went wrong, for people to read.
+using ManifestResult = std::variant<UpdateManifest, QString>;
+
+/// Fetches the manifest at `feed` and tells once, from the event loop, how that went; never when
+/// `network` goes before. `limit` is for all of it: a server that keeps sending a little is no
+/// reason to wait for ever. No manifest is larger than a mebibyte.
+void downloadManifest(QNetworkAccessManager& network, const QUrl& feed,
+    std::chrono::milliseconds limit, std::function<void(const ManifestResult&)> onResult);

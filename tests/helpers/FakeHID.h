@@ -1,0 +1,183 @@
+#pragma once
+
+#include "Platform/HIDManager.h"
+
+#include <QMutex>
+#include <QSemaphore>
+#include <QWaitCondition>
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+/// Human interface devices that exist in the test alone. Everything may be called from any thread.
+class FakeHID {
+public:
+    /// What one device was given, in order; a feature report begins with "feature".
+    struct Device {
+        QMutex mutex;
+        QList<QByteArray> written;
+        bool isOpen = false;
+        /// A write takes one of them first.
+        QSemaphore writable {1'000'000};
+        qsizetype bufferLength = 0;
+    };
+
+    /// What the next start finds, and what it says.
+    QList<HIDDeviceInfo> attached;
+    int openError = 0;
+    int deviceOpenError = 0;
+    std::optional<qint64> maxInputReportSize;
+    /// An opening takes one of them first.
+    QSemaphore openable {1'000'000};
+    /// How many openings have begun.
+    QSemaphore openings;
+
+    [[nodiscard]] std::unique_ptr<HIDManager> makeManager()
+    {
+        return std::make_unique<Manager>(*this);
+    }
+
+    // On the manager's thread; they return when all of it has been done.
+    void attach(const HIDDeviceInfo& info)
+    {
+        attached.append(info);
+        perform([this, info] { m_manager->onMatch(info); });
+    }
+    void detach(const QByteArray& identity)
+    {
+        attached.removeIf([&](const HIDDeviceInfo& info) { return info.identity == identity; });
+        perform([this, identity] { m_manager->onRemoval(identity); });
+    }
+    void report(const QByteArray& bytes)
+    {
+        perform([this, bytes] { m_manager->onInputReport(bytes); });
+    }
+    void settle()
+    {
+        perform([] {});
+    }
+
+    /// The device that was opened last.
+    [[nodiscard]] std::shared_ptr<Device> device() const { return m_device; }
+    [[nodiscard]] QList<QByteArray> written() const
+    {
+        const QMutexLocker lock(&m_device->mutex);
+        return m_device->written;
+    }
+
+private:
+    class OpenDevice final : public HIDDevice {
+    public:
+        OpenDevice(std::shared_ptr<Device> device, std::optional<qint64> maxInputReportSize)
+            : m_device(std::move(device))
+            , m_maxInputReportSize(maxInputReportSize)
+        {
+            setOpen(true);
+        }
+        ~OpenDevice() override { setOpen(false); }
+
+        [[nodiscard]] std::optional<qint64> maxInputReportSize() const override
+        {
+            return m_maxInputReportSize;
+        }
+        void setOutputReport(QByteArrayView report) override { write(report.toByteArray()); }
+        void setFeatureReport(QByteArrayView report) override
+        {
+            write("feature" + report.toByteArray());
+        }
+
+    private:
+        void setOpen(bool isOpen)
+        {
+            const QMutexLocker lock(&m_device->mutex);
+            m_device->isOpen = isOpen;
+        }
+        void write(const QByteArray& report)
+        {
+            m_device->writable.acquire();
+            const QMutexLocker lock(&m_device->mutex);
+            m_device->written.append(report);
+        }
+
+        std::shared_ptr<Device> m_device;
+        std::optional<qint64> m_maxInputReportSize;
+    };
+
+    class Manager final : public HIDManager {
+    public:
+        explicit Manager(FakeHID& fake)
+            : m_fake(fake)
+        {
+            m_fake.m_manager = this;
+        }
+
+        int open() override { return m_fake.openError; }
+        QList<HIDDeviceInfo> devices() override { return m_fake.attached; }
+        Opened openDevice(const HIDDeviceInfo&) override
+        {
+            m_fake.openings.release();
+            m_fake.openable.acquire();
+            if (m_fake.deviceOpenError != 0)
+                return {.device = nullptr, .error = m_fake.deviceOpenError};
+            m_fake.m_device = std::make_shared<Device>();
+            return {
+                .device = std::make_shared<OpenDevice>(m_fake.m_device, m_fake.maxInputReportSize),
+                .error = 0};
+        }
+        void listen(const std::shared_ptr<HIDDevice>&, qsizetype bufferLength) override
+        {
+            m_fake.m_device->bufferLength = bufferLength;
+        }
+        void stopListening() override { }
+        void run() override
+        {
+            for (const HIDDeviceInfo& info : devices())
+                onMatch(info);
+            QMutexLocker lock(&m_mutex);
+            while (!m_isStopped) {
+                if (m_tasks.isEmpty()) {
+                    m_changed.wait(&m_mutex);
+                    continue;
+                }
+                const auto task = m_tasks.takeFirst();
+                lock.unlock();
+                task();
+                lock.relock();
+            }
+        }
+        void perform(std::function<void()> task) override
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_tasks.append(std::move(task));
+            m_changed.wakeAll();
+        }
+        void stop() override
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_isStopped = true;
+            m_changed.wakeAll();
+        }
+
+    private:
+        FakeHID& m_fake;
+        QMutex m_mutex;
+        QWaitCondition m_changed;
+        QList<std::function<void()>> m_tasks;
+        bool m_isStopped = false;
+    };
+
+    void perform(const std::function<void()>& task)
+    {
+        QSemaphore done;
+        m_manager->perform([&] {
+            task();
+            done.release();
+        });
+        done.acquire();
+    }
+
+    /// Of the last start; its thread keeps it until that has been stopped.
+    Manager* m_manager = nullptr;
+    std::shared_ptr<Device> m_device;
+};
