@@ -4,99 +4,57 @@
 // Usage: console_sheet FOLDER
 
 #include "Views/Components/ConsoleStyle.h"
-#include "Views/ControlPanelView.h"
 
-#include "helpers/MemoryPreferences.h"
+#include "helpers/Console.h"
 
-#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 
-#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
-
-class FixedDisplays final : public DisplayList {
-public:
-    QList<ConnectedDisplay> list;
-
-    [[nodiscard]] QList<ConnectedDisplay> displays() const override { return list; }
-};
-
-class NoSurface final : public OutputSurface {
-public:
-    void cover(const ConnectedDisplay&) override { }
-};
-
-class PaintedDeck final : public StreamDeckControlling {
-public:
-    void setEnabled(bool value) override { enabled = value; }
-    void setBrightness(qint64 percent) override { brightness = percent; }
-    void rescan() override { }
-};
 
 /// A console in the middle of a show.
 struct Scene {
     explicit Scene(bool hasLongTexts);
 
-    void press(const QString& name);
     [[nodiscard]] QPixmap picture();
 
-    MemoryPreferences preferences;
-    AppSettings settings {preferences};
-    TimerEngine engine {settings};
-    CueController cues {engine, settings, preferences};
-    MessageAnimator animator {engine};
-    std::unique_ptr<FixedDisplays> displays = std::make_unique<FixedDisplays>();
-    std::optional<OutputRouter> router;
-    PaintedDeck deck;
+    Console console;
     std::optional<ControlPanelView> panel;
 };
 
 Scene::Scene(bool hasLongTexts)
 {
+    auto& [clock, preferences, settings, engine, cues, animator, displays, router, deck] = console;
     const QString projector = hasLongTexts
-        ? u"Barco Event Master Projection System, Stage Left, Confidence"_s
+        ? u"Confidence monitor at the front of the stage, to the left"_s
         : u"Projector"_s;
     displays->list = {
         {.info = {.id = 1, .name = u"Laptop"_s, .width = 1440, .height = 900, .isMain = true}},
         {.info = {.id = 2, .name = projector, .width = 1920, .height = 1080}},
     };
-    router.emplace(settings, std::move(displays),
-        [](const ConnectedDisplay&) { return std::make_unique<NoSurface>(); });
     settings.enabledScreenIDs = {2};
     settings.webRemoteEnabled = true;
     deck.enabled = true;
     deck.connectedModelName = u"Stream Deck XL"_s;
     cues.add(u"Welcome"_s, 5);
-    cues.add(hasLongTexts
-            ? u"Panel discussion with all speakers of the morning, and questions from the hall"_s
-            : u"Keynote"_s,
-        hasLongTexts ? 1234 : 40);
+    cues.add(u"Keynote"_s, 40);
     cues.add(u"Break"_s, 15);
-    cues.select(1);
     if (hasLongTexts) {
+        cues.add(u"Panel discussion with all speakers of the morning, and questions"_s, 1234);
         deck.connectedModelName = u"Stream Deck of a very long name that nobody has ever read"_s;
         deck.statusMessage = u"Another program has the Stream Deck open. Quit it, then Rescan."_s;
         engine.setMessage(u"Please come to the front of the stage, we begin in a minute"_s);
+        clock.advance(1s);
     }
-    engine.setSeconds = 12 * 60;
+    cues.select(hasLongTexts ? 3 : 1);
+    engine.setSeconds = 12 * 60 + 47;
     engine.start(TimerEngine::RunOrigin::operatorRequest);
-    panel.emplace(ControlPanelView::Models {engine, settings, cues, *router, deck, animator});
-}
-
-void Scene::press(const QString& name)
-{
-    const auto buttons = panel->findChildren<QAbstractButton*>();
-    const auto button = std::ranges::find_if(buttons, [&](const QAbstractButton* candidate) {
-        return candidate->text() == name || candidate->accessibleName() == name;
-    });
-    if (button == buttons.end())
-        qFatal("The console has no button %s", qUtf8Printable(name));
-    (*button)->click();
+    panel.emplace(console.models());
 }
 
 QPixmap Scene::picture()
@@ -105,8 +63,6 @@ QPixmap Scene::picture()
     const int divider = heights.expanded > 0 ? 1 : 0;
     panel->resize(ControlPanelView::width, heights.compact + divider + heights.expanded);
     panel->show();
-    while (animator.isRunning())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     QCoreApplication::processEvents();
     return panel->grab();
 }
@@ -121,7 +77,7 @@ bool save(const Shot& shot, const QString& appearance, const QDir& folder)
 {
     Scene scene(shot.hasLongTexts);
     for (const QString& name : shot.presses)
-        scene.press(name);
+        buttonCalled(*scene.panel, name).click();
     const QString file = folder.filePath(u"console-%1-%2.png"_s.arg(shot.name, appearance));
     if (scene.picture().save(file))
         return true;

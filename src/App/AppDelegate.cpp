@@ -68,7 +68,7 @@ void AppDelegate::applicationDidFinishLaunching()
     startDispatcher();
     startUDPServer();
     createNDISender();
-    streamDeck();
+    createControlWindow();
     takeSleepAssertion();
     activateApplication();
 }
@@ -128,6 +128,19 @@ void AppDelegate::createNDISender()
         else
             m_ndiSender->stop();
     });
+}
+
+void AppDelegate::createControlWindow()
+{
+    m_controlWindow.emplace(ControlPanelView::Models {
+        .engine = engine(),
+        .settings = settings,
+        .cues = cues(),
+        .router = *m_outputRouter,
+        .streamDeck = streamDeck(),
+        .messageAnimator = *m_messageAnimator,
+    });
+    m_controlWindow->showWindow();
 }
 
 void AppDelegate::takeSleepAssertion()

@@ -13,6 +13,7 @@
 #include "Support/EventLoopSubscription.h"
 #include "Support/Preferences.h"
 #include "Views/MessageTransition.h"
+#include "Windows/ControlWindowController.h"
 
 #include <optional>
 
@@ -52,6 +53,7 @@ private:
     void startDispatcher();
     void startUDPServer();
     void createNDISender();
+    void createControlWindow();
     void takeSleepAssertion();
 
     // In the order of creation, so that each goes before what it points back at.
@@ -65,6 +67,7 @@ private:
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
     std::optional<StreamDeckManager> m_streamDeck;
+    std::optional<ControlWindowController> m_controlWindow;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

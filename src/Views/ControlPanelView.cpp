@@ -20,6 +20,7 @@
 #include <QEvent>
 #include <QLabel>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <QWindow>
 
@@ -63,11 +64,12 @@ ControlPanelView::ControlPanelView(const Models& models, QWidget* parent)
     blocks->addWidget(makeExpandedBlock(), 1);
     blocks->addStretch();
     setExpanded(false);
+    m_controls.front()->setFocus();
 
     m_compactBlock->installEventFilter(this);
     m_settingsColumn->installEventFilter(this);
 
-    m_notifiers = m_models.settings.observe([this] { shapePreview(); });
+    m_shapeNotifiers = m_models.settings.observe([this] { shapePreview(); });
     m_models.router.onScreensChange = [this] { showScreens(); };
     // Which display is the main one follows the focus.
     connect(qApp, &QGuiApplication::focusWindowChanged, this, [this] { showScreens(); });
@@ -149,7 +151,7 @@ QWidget* ControlPanelView::makeExpandedBlock()
     scrollArea->setFocusPolicy(Qt::NoFocus);
     scrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scrollArea->setWidgetResizable(true);
-    scrollArea->setProperty(ConsoleStyle::scrollBarOverlaps, true);
+    scrollArea->verticalScrollBar()->setProperty(ConsoleStyle::scrollBarOverlaps, true);
     block->addWidget(scrollArea, 1);
 
     m_settingsColumn = new QWidget;
@@ -188,7 +190,7 @@ QLayout* ControlPanelView::makeOptions()
     });
     row->addWidget(onTop);
     auto* buzzer = new Toggle(u"Finish buzzer"_s);
-    m_notifiers.push_back(bindToggle(*buzzer, m_models.settings.playFinishSound));
+    m_buzzerNotifier = bindToggle(*buzzer, m_models.settings.playFinishSound);
     row->addWidget(buzzer);
     row->addStretch();
     return row;

@@ -86,5 +86,6 @@ private:
     QWidget* m_expandedBlock = nullptr;
     QWidget* m_settingsColumn = nullptr;
     OutputSection* m_outputSection = nullptr;
-    std::vector<QPropertyNotifier> m_notifiers;
+    QPropertyNotifier m_buzzerNotifier;
+    std::vector<QPropertyNotifier> m_shapeNotifiers;
 };

@@ -109,6 +109,12 @@ void OutputSection::addScreenToggle()
     connect(toggle, &QAbstractButton::clicked, this,
         [this, position](bool isOn) { choose(m_screens[position].id, isOn); });
     m_screenRows.addWidget(toggle);
+    // Reached before what was made earlier and lies below.
+    QWidget* before =
+        m_screenToggles.empty() ? &m_noScreens : static_cast<QWidget*>(m_screenToggles.back());
+    while (before->focusPolicy() == Qt::NoFocus)
+        before = before->previousInFocusChain();
+    setTabOrder(before, toggle);
     m_screenToggles.push_back(toggle);
 }
 

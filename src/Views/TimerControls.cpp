@@ -39,6 +39,7 @@ TimerControls::TimerControls(TimerEngine& engine, QWidget* parent)
     rows->addWidget(makeTransport());
     rows->addWidget(makeQuickSets());
 
+    setFocusProxy(&m_minutes);
     connect(&m_minutes, &QLineEdit::returnPressed, this, [this] { go(); });
     m_returnKey.setKeys({Qt::Key_Return, Qt::Key_Enter});
     m_returnKey.setAutoRepeat(false);

@@ -73,6 +73,16 @@ void ControlWindowController::showWindow()
     applySizes(m_panel->heights());
 }
 
+/// How wide the window's frame is, is known once the window is seen.
+bool ControlWindowController::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
+        watched->removeEventFilter(this);
+        placeInDock();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
 void ControlWindowController::applySizes(const ConsoleHeights& heights)
 {
     if (heights.compact <= 1)
@@ -97,11 +107,17 @@ void ControlWindowController::dock()
 {
     m_window->winId();
     m_window->windowHandle()->setScreen(mainScreen());
-    applyFrame(dockedFrame(
-        visibleArea(), QSize(ControlPanelView::width, m_contentHeight).grownBy(frameMargins())));
+    m_window->windowHandle()->installEventFilter(this);
+    placeInDock();
     m_window->show();
     m_window->raise();
     m_window->activateWindow();
+}
+
+void ControlWindowController::placeInDock()
+{
+    const QSize content(ControlPanelView::width, m_contentHeight);
+    applyFrame(dockedFrame(visibleArea(), content.grownBy(frameMargins())));
 }
 
 void ControlWindowController::animateTo(const QRect& frame)
@@ -115,7 +131,7 @@ void ControlWindowController::applyFrame(const QRect& frame)
 {
     m_window->setFixedSize(ControlPanelView::width, frame.marginsRemoved(frameMargins()).height());
     if (windowsAreOursToPlace())
-        m_window->move(frame.topLeft());
+        m_window->windowHandle()->setFramePosition(frame.topLeft());
 }
 
 void ControlWindowController::setAlwaysOnTop(bool isOnTop)

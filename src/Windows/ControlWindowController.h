@@ -20,9 +20,12 @@ public:
 
     [[nodiscard]] QWidget& window() { return *m_window; }
 
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void applySizes(const ConsoleHeights& heights);
     void dock();
+    void placeInDock();
     void animateTo(const QRect& frame);
     void applyFrame(const QRect& frame);
     void setAlwaysOnTop(bool isOnTop);

@@ -10,8 +10,8 @@ class ConsoleStyle final : public QProxyStyle {
 public:
     enum class Appearance { light, dark };
 
-    /// A scroll area with this property lays its scroll bar over its content, whose width then does
-    /// not depend on whether there is one.
+    /// A scroll bar with this property lies over the content, whose width then does not depend on
+    /// whether there is one.
     static constexpr const char* scrollBarOverlaps = "scrollBarOverlaps";
 
     ConsoleStyle();
