@@ -20,16 +20,16 @@ target_compile_definitions(TarrowOptions INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_K
 
 set(TARROW_SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize=")
 if(TARROW_SANITIZERS)
-  # Sanitizers' own code makes GCC see uninitialized values where there are none.
   target_compile_options(TarrowOptions INTERFACE
     -fsanitize=${TARROW_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer
-    -Wno-maybe-uninitialized)
+    # Sanitizers' own code makes GCC see uninitialized values where there are none.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(TarrowOptions INTERFACE -fsanitize=${TARROW_SANITIZERS})
 endif()
 
 # What the program loads at run time.
 include(GNUInstallDirs)
-set(TARROW_INSTALL_MODULES ${CMAKE_INSTALL_LIBDIR}/tarrow)
+set(TARROW_INSTALL_MODULES lib/tarrow)
 
 # tarrow_library(FOLDER SOURCES file… [LINKS library…] [PRIVATE_LINKS library…])
 #

@@ -67,6 +67,7 @@ void AppDelegate::applicationDidFinishLaunching()
     installFinishSound();
     startDispatcher();
     startUDPServer();
+    createWebServer();
     createNDISender();
     createControlWindow();
     takeSleepAssertion();
@@ -117,6 +118,23 @@ void AppDelegate::startUDPServer()
             m_udpServer->isListening() ? m_udpServer->boundPort() : port,
             m_udpServer->isListening() ? "" : ", which cannot be listened on");
     }
+}
+
+void AppDelegate::createWebServer()
+{
+    m_webServer.emplace(clampedPort(settings.webPort));
+    m_webServer->stateJSON = [this] { return makeStateJSON(); };
+    m_webServer->cuesJSON = [this] { return makeCuesJSON(); };
+    m_webServer->onCommand = [this](const QString& text) {
+        if (const std::optional<Command> command = Command::parse(text))
+            m_dispatcher->dispatch(*command);
+    };
+    m_webSwitch.emplace(settings.webRemoteEnabled, [this](bool enabled) {
+        if (enabled)
+            m_webServer->start();
+        else
+            m_webServer->stop();
+    });
 }
 
 void AppDelegate::createNDISender()

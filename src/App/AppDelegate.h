@@ -8,6 +8,7 @@
 #include "NDI/NDISender.h"
 #include "Net/CommandDispatcher.h"
 #include "Net/UDPServer.h"
+#include "Net/WebRemoteServer.h"
 #include "Platform/DisplaySleepAssertion.h"
 #include "StreamDeck/StreamDeckManager.h"
 #include "Support/EventLoopSubscription.h"
@@ -43,6 +44,11 @@ public:
     /// anything any more (see SoundPlayer::finish).
     [[nodiscard]] bool finish() { return m_soundPlayer.finish(); }
 
+    /// What the web remote tells of the timer, and of the running order: compact JSON documents,
+    /// made from what holds now. A colour that is not finite stops the process (see trap()).
+    [[nodiscard]] QByteArray makeStateJSON();
+    [[nodiscard]] QByteArray makeCuesJSON();
+
     [[nodiscard]] const std::optional<UDPServer>& udpServer() const { return m_udpServer; }
     /// 0 while the displays may sleep.
     [[nodiscard]] quint32 sleepAssertionID() const { return m_sleepAssertionID; }
@@ -52,6 +58,7 @@ private:
     void installFinishSound();
     void startDispatcher();
     void startUDPServer();
+    void createWebServer();
     void createNDISender();
     void createControlWindow();
     void takeSleepAssertion();
@@ -64,6 +71,8 @@ private:
     std::optional<CueController> m_cues;
     std::optional<CommandDispatcher> m_dispatcher;
     std::optional<UDPServer> m_udpServer;
+    std::optional<WebRemoteServer> m_webServer;
+    std::optional<EventLoopSubscription<bool>> m_webSwitch;
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
     std::optional<StreamDeckManager> m_streamDeck;

@@ -47,6 +47,12 @@ void RunningProgram::setStored(const QString& key, const QByteArray& document)
     settings.setValue(key, document);
 }
 
+void RunningProgram::setStoredText(const QString& key, const QString& text)
+{
+    QSettings settings(configFile(), QSettings::IniFormat);
+    settings.setValue(key, text);
+}
+
 QByteArray RunningProgram::stored(const QString& key) const
 {
     return QSettings(configFile(), QSettings::IniFormat).value(key).toByteArray();

@@ -17,6 +17,7 @@ public:
 
     /// What the preferences hold when the program starts next: documents by key.
     void setStored(const QString& key, const QByteArray& document);
+    void setStoredText(const QString& key, const QString& text);
     [[nodiscard]] QByteArray stored(const QString& key) const;
 
     /// A complete settings document with the defaults, but for the UDP port, which is 0, and

@@ -1,5 +1,7 @@
 #include "Platform/DatagramSocket.h"
 
+#include "Platform/linux/InternetSocket.h"
+
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -19,52 +21,6 @@ constexpr int batchesPerTurn = 4;
 /// Holds a burst of some thousand commands while the main thread is busy elsewhere. The system
 /// grants at most net.core.rmem_max of it.
 constexpr int receiveBufferSize = 4 * 1024 * 1024;
-
-QString lastError()
-{
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-int createSocket(sa_family_t& family)
-{
-    constexpr int type = SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
-    family = AF_INET6;
-    const int descriptor = socket(AF_INET6, type, 0);
-    if (descriptor >= 0 || errno != EAFNOSUPPORT)
-        return descriptor;
-    family = AF_INET;
-    return socket(AF_INET, type, 0);
-}
-
-bool bindTo(int descriptor, sa_family_t family, quint16 port)
-{
-    if (family == AF_INET) {
-        sockaddr_in address {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
-    sockaddr_in6 address {};
-    address.sin6_family = AF_INET6;
-    address.sin6_port = htons(port);
-    return bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-}
-
-void setOption(int descriptor, int level, int option, int value)
-{
-    // Every option set here makes the socket better and none makes it work.
-    setsockopt(descriptor, level, option, &value, sizeof value);
-}
-
-quint16 boundPort(int descriptor)
-{
-    sockaddr_in6 address {};
-    socklen_t length = sizeof address;
-    if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-        return 0;
-    static_assert(offsetof(sockaddr_in, sin_port) == offsetof(sockaddr_in6, sin6_port));
-    return ntohs(address.sin6_port);
-}
 
 DatagramPeer peerOf(const sockaddr_in6& address)
 {
@@ -119,21 +75,10 @@ struct DatagramSocket::Batch {
 std::optional<QString> DatagramSocket::open(quint16 port)
 {
     close();
-    sa_family_t family = AF_INET6;
-    m_descriptor = createSocket(family);
+    m_descriptor = openBoundSocket(SOCK_DGRAM, port);
     if (m_descriptor < 0)
         return lastError();
-    // With the option, "any free port" may be one that another sharing socket has already.
-    if (port != 0)
-        setOption(m_descriptor, SOL_SOCKET, SO_REUSEADDR, 1);
-    if (family == AF_INET6)
-        setOption(m_descriptor, IPPROTO_IPV6, IPV6_V6ONLY, 0);
     setOption(m_descriptor, SOL_SOCKET, SO_RCVBUF, receiveBufferSize);
-    if (!bindTo(m_descriptor, family, port)) {
-        QString error = lastError();
-        close();
-        return error;
-    }
     m_port = boundPort(m_descriptor);
     m_batch = std::make_shared<Batch>();
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);

@@ -22,9 +22,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// How long a device may keep a writer waiting before the report is given up.
-constexpr int writePatienceInMilliseconds = 1000;
-
 struct UdevRelease {
     void operator()(udev* object) const { udev_unref(object); }
     void operator()(udev_monitor* object) const { udev_monitor_unref(object); }
@@ -81,13 +78,8 @@ public:
 
     void setOutputReport(QByteArrayView report) override
     {
-        while (write(m_descriptor, report.data(), static_cast<size_t>(report.size())) < 0) {
-            if (errno == EINTR)
-                continue;
-            pollfd ready {.fd = m_descriptor, .events = POLLOUT, .revents = 0};
-            if (errno != EAGAIN || poll(&ready, 1, writePatienceInMilliseconds) <= 0)
-                return;
-        }
+        while (write(m_descriptor, report.data(), static_cast<size_t>(report.size())) < 0
+            && errno == EINTR) { }
     }
 
     void setFeatureReport(QByteArrayView report) override
@@ -192,8 +184,7 @@ std::optional<HIDDeviceInfo> UdevHIDManager::info(udev_device* hidraw) const
 
 HIDManager::Opened UdevHIDManager::openDevice(const HIDDeviceInfo& info)
 {
-    const int descriptor =
-        ::open(info.node.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC); // NOLINT(*-vararg)
+    const int descriptor = ::open(info.node.constData(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0)
         return {.device = nullptr, .error = errno};
     QString reportDescriptorFile;
@@ -326,7 +317,7 @@ void UdevHIDManager::readReport()
         return;
     }
     // A device that was pulled out is readable for ever; its removal is told by the monitor.
-    if (length == 0 || (errno != EAGAIN && errno != EINTR))
+    if (length == 0 || errno != EINTR)
         stopListening();
 }
 

@@ -4,7 +4,22 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
+
+namespace {
+
+void raiseDescriptorLimit()
+{
+    rlimit limit {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    // Where it cannot be raised, a smaller crowd is served at a time.
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+} // namespace
 
 void prepareProcess()
 {
@@ -14,4 +29,5 @@ void prepareProcess()
             open("/dev/null", O_RDWR);
     }
     std::signal(SIGPIPE, SIG_IGN);
+    raiseDescriptorLimit();
 }

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QByteArray>
+#include <QStringView>
+
+/// Appends a text as a JSON string, quotes included. Half of a surrogate pair becomes U+FFFD.
+void appendJsonString(QByteArray& json, QStringView text);

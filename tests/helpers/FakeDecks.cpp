@@ -1,0 +1,200 @@
+#include "helpers/FakeDecks.h"
+
+#include <QString>
+#include <QWaitCondition>
+
+#include <array>
+#include <map>
+#include <thread>
+
+#include <fcntl.h>
+#include <linux/hidraw.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <umockdev.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int patienceInMilliseconds = 10'000;
+/// What the report descriptor below says, with the report's number.
+constexpr int inputReportLength = 512;
+
+QByteArray hidPath(int number, int productID)
+{
+    return QString::asprintf("/devices/pci0000:00/usb1/1-%d/1-%d:1.0/0003:0FD9:%04X.%04X", number,
+        number, productID, number)
+        .toLatin1();
+}
+
+QByteArray hidrawPath(int number, int productID)
+{
+    return hidPath(number, productID) + "/hidraw/hidraw" + QByteArray::number(number);
+}
+
+/// A device as umockdev describes it.
+QByteArray description(int number, int productID)
+{
+    const QByteArray text = QByteArray::number(number);
+    return "P: " + hidPath(number, productID)
+        + "\nE: SUBSYSTEM=hid"
+          "\nE: HID_ID="
+        + QString::asprintf("0003:00000FD9:%08X", productID).toLatin1()
+        // One input report of 511 bytes, and its number.
+        + "\nH: report_descriptor=0600ff0901a1018501150026ff00750896ff0109028102c0"
+          "\n\nP: "
+        + hidrawPath(number, productID) + "\nN: hidraw" + text
+        + "\nE: SUBSYSTEM=hidraw"
+          "\nE: DEVNAME=/dev/hidraw"
+        + text + "\nA: dev=241:" + text + "\n";
+}
+
+} // namespace
+
+struct FakeDecks::Testbed {
+    struct Deck {
+        QByteArray path;
+        QByteArray node;
+        /// The device's side of the node.
+        int descriptor = -1;
+        /// The node is never closed by all: that would be an error on the device's side.
+        int keptOpen = -1;
+        UMockdevIoctlBase* features = nullptr;
+        std::jthread reader;
+        QByteArray written;
+        QList<QByteArray> featureReports;
+    };
+
+    static gboolean handleFeature(
+        UMockdevIoctlBase* features, UMockdevIoctlClient* client, gpointer self);
+    void read(const std::stop_token& stop, int number, int descriptor);
+
+    UMockdevTestbed* testbed = umockdev_testbed_new();
+    QMutex mutex;
+    QWaitCondition changed;
+    std::map<int, Deck> decks;
+};
+
+FakeDecks::FakeDecks()
+    : m_testbed(std::make_unique<Testbed>())
+{
+}
+
+FakeDecks::~FakeDecks()
+{
+    for (auto& [number, deck] : m_testbed->decks) {
+        deck.reader.request_stop();
+        deck.reader.join();
+        close(deck.keptOpen);
+        g_object_unref(deck.features);
+    }
+    g_object_unref(m_testbed->testbed);
+}
+
+/// Called on a thread of umockdev's own.
+gboolean FakeDecks::Testbed::handleFeature(
+    UMockdevIoctlBase* features, UMockdevIoctlClient* client, gpointer self)
+{
+    const gulong request = umockdev_ioctl_client_get_request(client);
+    const auto length = _IOC_SIZE(request);
+    if (request != HIDIOCSFEATURE(length))
+        return FALSE;
+    UMockdevIoctlData* argument = umockdev_ioctl_client_get_arg(client);
+    UMockdevIoctlData* bytes = umockdev_ioctl_data_resolve(argument, 0, length, nullptr);
+    guint8* copy = nullptr;
+    int count = 0;
+    umockdev_ioctl_data_retrieve(bytes, &copy, &count);
+    auto* testbed = static_cast<Testbed*>(self);
+    {
+        const QMutexLocker lock(&testbed->mutex);
+        for (auto& [number, deck] : testbed->decks) {
+            if (deck.features == features)
+                deck.featureReports.append(QByteArray(reinterpret_cast<char*>(copy), count));
+        }
+        testbed->changed.wakeAll();
+    }
+    g_free(copy);
+    g_object_unref(bytes);
+    umockdev_ioctl_client_complete(client, long(length), 0);
+    return TRUE;
+}
+
+void FakeDecks::Testbed::read(const std::stop_token& stop, int number, int descriptor)
+{
+    std::array<char, 16384> buffer {};
+    while (!stop.stop_requested()) {
+        pollfd ready {.fd = descriptor, .events = POLLIN, .revents = 0};
+        // It wakes up now and then to see whether it should end.
+        if (poll(&ready, 1, 50) <= 0)
+            continue;
+        const auto length = ::read(descriptor, buffer.data(), buffer.size());
+        if (length <= 0)
+            return;
+        const QMutexLocker lock(&mutex);
+        decks[number].written.append(buffer.data(), length);
+        changed.wakeAll();
+    }
+}
+
+void FakeDecks::plug(int number, int productID)
+{
+    Testbed& testbed = *m_testbed;
+    GError* error = nullptr;
+    if (!umockdev_testbed_add_from_string(
+            testbed.testbed, description(number, productID).constData(), &error))
+        qFatal("no fake deck: %s", error->message);
+
+    const QByteArray path = "/sys" + hidrawPath(number, productID);
+    {
+        const QMutexLocker lock(&testbed.mutex);
+        Testbed::Deck& deck = testbed.decks[number];
+        deck.path = path;
+        deck.node = "/dev/hidraw" + QByteArray::number(number);
+        deck.features = UMOCKDEV_IOCTL_BASE(umockdev_ioctl_base_new());
+        g_signal_connect(
+            deck.features, "handle-ioctl", G_CALLBACK(Testbed::handleFeature), &testbed);
+        if (!umockdev_testbed_attach_ioctl(
+                testbed.testbed, deck.node.constData(), deck.features, &error))
+            qFatal("no feature reports: %s", error->message);
+        deck.descriptor = umockdev_testbed_get_dev_fd(testbed.testbed, deck.node.constData());
+        deck.keptOpen = open(deck.node.constData(), O_RDWR | O_CLOEXEC);
+        deck.reader = std::jthread(
+            [&testbed, number, descriptor = deck.descriptor](
+                const std::stop_token& stop) { testbed.read(stop, number, descriptor); });
+    }
+    umockdev_testbed_uevent(testbed.testbed, path.constData(), "add");
+}
+
+void FakeDecks::unplug(int number)
+{
+    const QByteArray path = m_testbed->decks[number].path;
+    umockdev_testbed_uevent(m_testbed->testbed, path.constData(), "remove");
+}
+
+void FakeDecks::sendReport(int number, const QByteArray& report)
+{
+    const int descriptor = m_testbed->decks[number].descriptor;
+    // The node is a stream here, where only reports of full length stay apart.
+    const QByteArray full = report.leftJustified(inputReportLength, '\0');
+    if (write(descriptor, full.constData(), static_cast<size_t>(full.size())) != full.size())
+        qFatal("cannot send a report");
+}
+
+QByteArray FakeDecks::takeReport(int number, qsizetype length)
+{
+    const QMutexLocker lock(&m_testbed->mutex);
+    QByteArray& written = m_testbed->decks[number].written;
+    while (written.size() < length) {
+        if (!m_testbed->changed.wait(&m_testbed->mutex, patienceInMilliseconds))
+            return {};
+    }
+    const QByteArray report = written.first(length);
+    written.remove(0, length);
+    return report;
+}
+
+QList<QByteArray> FakeDecks::featureReports(int number)
+{
+    const QMutexLocker lock(&m_testbed->mutex);
+    return m_testbed->decks[number].featureReports;
+}

@@ -1,0 +1,50 @@
+#include "helpers/HTTPPeer.h"
+
+#include <array>
+#include <cerrno>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+HTTPPeer::HTTPPeer(quint16 port)
+    : m_descriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    m_isConnected =
+        connect(m_descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+HTTPPeer::~HTTPPeer()
+{
+    close(m_descriptor);
+}
+
+void HTTPPeer::send(QByteArrayView bytes) const
+{
+    const auto size = static_cast<size_t>(bytes.size());
+    static_cast<void>(::send(m_descriptor, bytes.data(), size, MSG_DONTWAIT | MSG_NOSIGNAL));
+}
+
+void HTTPPeer::endStream() const
+{
+    shutdown(m_descriptor, SHUT_WR);
+}
+
+bool HTTPPeer::receiveAll()
+{
+    std::array<char, 65536> buffer {};
+    for (;;) {
+        const ssize_t count = recv(m_descriptor, buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (count < 0 && errno == EAGAIN)
+            return false;
+        m_wasReset = count < 0;
+        if (count <= 0)
+            return true;
+        m_received.append(buffer.data(), count);
+    }
+}

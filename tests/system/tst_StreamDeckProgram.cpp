@@ -1,0 +1,186 @@
+#include "StreamDeck/StreamDeckDevice.h"
+
+#include "helpers/FakeDecks.h"
+#include "helpers/RunningProgram.h"
+
+#include <QImage>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int original = 0x0060;
+constexpr int mini = 0x0063;
+constexpr int xl = 0x006C;
+constexpr int plus = 0x0084;
+constexpr int pedal = 0x0086;
+
+struct Picture {
+    /// As the device counts it; -1 when no picture has come.
+    int key = -1;
+    QImage image;
+};
+
+/// Puts the next picture for a key together from its reports.
+Picture takePicture(FakeDecks& decks, int number, const StreamDeckModel& model)
+{
+    const bool isGen1 = model.generation == StreamDeckModel::Generation::gen1;
+    const bool isGen2 = model.generation == StreamDeckModel::Generation::gen2;
+    QByteArray file;
+    for (;;) {
+        const QByteArray report = decks.takeReport(number, isGen1 ? 8191 : 1024);
+        if (report.isEmpty())
+            return {};
+        if (isGen2) {
+            const int length = quint8(report[4]) | quint8(report[5]) << 8;
+            file += report.mid(8, length);
+        } else {
+            // The reports are filled up; the file says itself how long it is.
+            file += isGen1 ? report.mid(16, model.keyPixels * model.keyPixels * 3 / 2 + 27)
+                           : report.mid(16);
+        }
+        if (report[isGen2 ? 3 : 4] == 1)
+            return {isGen2 ? report[2] : report[5] - 1, QImage::fromData(file)};
+    }
+}
+
+bool isBlack(const QImage& image)
+{
+    QImage expected = image;
+    expected.fill(Qt::black);
+    return image == expected;
+}
+
+QByteArray keyReport(const StreamDeckModel& model, std::optional<int> down, char kind = 0)
+{
+    const int header = model.generation == StreamDeckModel::Generation::gen2 ? 4 : 1;
+    QByteArray report(header + model.keyCount, '\0');
+    report[0] = 1;
+    if (header > 1)
+        report[1] = kind;
+    if (down)
+        report[header + *down] = 1;
+    return report;
+}
+
+} // namespace
+
+/// The whole program with a Stream Deck, through udev and hidraw.
+class StreamDeckProgramTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void paintsTheKeys_data();
+    void paintsTheKeys();
+    void followsTheKeys();
+    void letsADeckComeAndGo();
+};
+
+void StreamDeckProgramTest::paintsTheKeys_data()
+{
+    QTest::addColumn<int>("productID");
+    QTest::newRow("32 keys") << xl;
+    QTest::newRow("15 keys of the first generation") << original;
+    QTest::newRow("6 keys") << mini;
+    QTest::newRow("8 keys with dials") << plus;
+    QTest::newRow("no displays") << pedal;
+}
+
+void StreamDeckProgramTest::paintsTheKeys()
+{
+    QFETCH(const int, productID);
+    const StreamDeckModel model = *StreamDeckModel::model(productID);
+    FakeDecks decks;
+    decks.plug(0, productID);
+    RunningProgram program;
+    program.setStoredText(u"sd.enabled"_s, u"true"_s);
+    QVERIFY(program.start());
+
+    QTRY_COMPARE(decks.featureReports(0).size(), 2);
+    const bool isGen2 = model.generation == StreamDeckModel::Generation::gen2;
+    const auto padded = [&](const char* hex) {
+        return QByteArray::fromHex(hex).leftJustified(isGen2 ? 32 : 17, '\0');
+    };
+    QCOMPARE(decks.featureReports(0),
+        (QList {padded(isGen2 ? "030846" : "0555aad10146"), padded(isGen2 ? "0302" : "0b63")}));
+
+    if (model.hasDisplays()) {
+        for (int key = 0; key < model.keyCount; ++key) {
+            const Picture picture = takePicture(decks, 0, model);
+            QCOMPARE(picture.key, model.mirroredKey(key));
+            QCOMPARE(picture.image.size(), QSize(model.keyPixels, model.keyPixels));
+            QVERIFY(!isBlack(picture.image));
+        }
+    }
+    program.process().terminate();
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitCode(), 0);
+    if (model.hasDisplays()) {
+        for (int key = 0; key < model.keyCount; ++key) {
+            const Picture picture = takePicture(decks, 0, model);
+            QCOMPARE(picture.key, model.mirroredKey(key));
+            QVERIFY(isBlack(picture.image));
+        }
+    }
+}
+
+void StreamDeckProgramTest::followsTheKeys()
+{
+    const StreamDeckModel model = *StreamDeckModel::model(plus);
+    FakeDecks decks;
+    decks.plug(0, plus);
+    RunningProgram program;
+    program.setStoredText(u"sd.enabled"_s, u"true"_s);
+    QVERIFY(program.start());
+    for (int key = 0; key < model.keyCount; ++key)
+        QCOMPARE(takePicture(decks, 0, model).key, key);
+
+    // A dial is no key; the key after it is.
+    constexpr int blackout = 6;
+    decks.sendReport(0, keyReport(model, 0, 3));
+    decks.sendReport(0, keyReport(model, blackout));
+    QList<int> changed;
+    for (int picture = 0; picture < 2; ++picture)
+        changed.append(takePicture(decks, 0, model).key);
+    QCOMPARE(changed, (QList {0, blackout}));
+
+    decks.sendReport(0, keyReport(model, std::nullopt));
+    program.send("BLACK");
+    changed.clear();
+    for (int picture = 0; picture < 2; ++picture)
+        changed.append(takePicture(decks, 0, model).key);
+    QCOMPARE(changed, (QList {0, blackout}));
+}
+
+void StreamDeckProgramTest::letsADeckComeAndGo()
+{
+    // umockdev loses the feature reports on a descriptor whose number was in use before, so they
+    // are no part of this.
+    FakeDecks decks;
+    decks.plug(0, 0x0061);
+    RunningProgram program;
+    program.setStoredText(u"sd.enabled"_s, u"true"_s);
+    QVERIFY(program.start());
+
+    decks.plug(1, mini);
+    const StreamDeckModel first = *StreamDeckModel::model(mini);
+    for (int key = 0; key < first.keyCount; ++key)
+        QCOMPARE(takePicture(decks, 1, first).key, key);
+    // One deck at a time; what goes without having been driven changes nothing.
+    decks.plug(2, xl);
+    decks.unplug(2);
+    program.send("BLACK");
+    QCOMPARE(takePicture(decks, 1, first).key, 0);
+    QCOMPARE(takePicture(decks, 1, first).key, 2);
+    QCOMPARE(decks.featureReports(2), QList<QByteArray>());
+
+    decks.unplug(1);
+    decks.plug(3, xl);
+    const StreamDeckModel second = *StreamDeckModel::model(xl);
+    for (int key = 0; key < second.keyCount; ++key)
+        QCOMPARE(takePicture(decks, 3, second).key, key);
+}
+
+QTEST_GUILESS_MAIN(StreamDeckProgramTest)
+#include "tst_StreamDeckProgram.moc"
