@@ -12,6 +12,20 @@ import subprocess
 import tempfile
 
 
+# The fonts that the pages find as the system's own, so that they look the same on every machine.
+FONTS = """<?xml version="1.0"?>
+<fontconfig>
+  <include>/etc/fonts/fonts.conf</include>
+  <match><test name="family"><string>system-ui</string></test>
+    <edit name="family" mode="prepend" binding="strong"><string>Inter</string></edit></match>
+  <match><test name="family"><string>sans-serif</string></test>
+    <edit name="family" mode="prepend" binding="strong"><string>Inter</string></edit></match>
+  <match><test name="family"><string>monospace</string></test>
+    <edit name="family" mode="prepend" binding="strong"><string>JetBrains Mono</string></edit></match>
+</fontconfig>
+"""
+
+
 class Browser:
     OPTIONS = [
         "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
@@ -21,6 +35,8 @@ class Browser:
 
     def __enter__(self):
         self.home = tempfile.TemporaryDirectory(ignore_cleanup_errors=True)
+        fonts = pathlib.Path(self.home.name) / "fonts.conf"
+        fonts.write_text(FONTS)
         commands, self.commands = os.pipe()
         self.answers, answers = os.pipe()
         # Chromium reads from descriptor 3 and writes to descriptor 4.
@@ -28,7 +44,7 @@ class Browser:
             ["bash", "-c", 'exec "${@:2}" 3<&"$0" 4>&"$1"', str(commands), str(answers),
              "chromium", *self.OPTIONS, f"--user-data-dir={self.home.name}", "about:blank"],
             pass_fds=(commands, answers), stderr=subprocess.DEVNULL,
-            env=dict(os.environ, HOME=self.home.name))
+            env=dict(os.environ, HOME=self.home.name, FONTCONFIG_FILE=str(fonts)))
         os.close(commands)
         os.close(answers)
         self.received = b""
@@ -62,13 +78,13 @@ class Browser:
         return answer["result"]
 
     def open(self, address, width, height, scale=1):
-        """Loads a page of which no timer has run, in a window of the size given."""
+        """Loads a page in a window of the size given, and runs it for a tenth of a second."""
         self.call("Emulation.setDeviceMetricsOverride", width=width, height=height,
                   deviceScaleFactor=scale, mobile=True)
         self.call("Emulation.setVirtualTimePolicy", policy="pause")
         self.events.clear()
         self.call("Page.navigate", url=address)
-        self.pass_time(1)
+        self.pass_time(100)
 
     def pass_time(self, milliseconds):
         self.call("Emulation.setVirtualTimePolicy", policy="pauseIfNetworkFetchesPending",

@@ -11,6 +11,7 @@ import socket
 import subprocess
 import tempfile
 import time
+import uuid
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 LISTENING = re.compile(r"UDP listening on port (\d+)")
@@ -20,12 +21,17 @@ SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 
 
 class Program:
-    """The program, its log in a file. `changes` are settings other than SETTINGS."""
+    """The program, its log in a file. `cues` are pairs of title and seconds, `changes` are settings
+    other than SETTINGS."""
 
-    def __init__(self, display=None, executable=PROGRAM, **changes):
+    def __init__(self, display=None, executable=PROGRAM, cues=(), **changes):
         self.executable = executable
         self.home = tempfile.TemporaryDirectory()
-        self.store("TarrowSettings.v1", SETTINGS | changes)
+        self.store({
+            "TarrowSettings.v1": SETTINGS | changes,
+            "TarrowCues.v1": [{"id": str(uuid.uuid4()), "title": title, "seconds": seconds}
+                              for title, seconds in cues],
+        })
         self.environment = dict(
             os.environ, HOME=self.home.name, XDG_CONFIG_HOME=self.home.name,
             XDG_RUNTIME_DIR=self.home.name, QT_QPA_PLATFORM="xcb" if display else "offscreen",
@@ -35,12 +41,15 @@ class Program:
             self.environment["DISPLAY"] = display
         self.environment.pop("DBUS_SESSION_BUS_ADDRESS", None)
 
-    def store(self, key, document):
-        """Makes a document all that the preferences hold."""
+    def store(self, documents):
+        """Makes the documents, by key, all that the preferences hold."""
         folder = pathlib.Path(self.home.name) / "quillfen"
         folder.mkdir(exist_ok=True)
-        text = json.dumps(document).replace('"', '\\"')
-        (folder / "tarrow.conf").write_text(f'[General]\n{key}="{text}"\n')
+        lines = ["[General]"]
+        for key, document in documents.items():
+            text = json.dumps(document).replace("\\", "\\\\").replace('"', '\\"')
+            lines.append(f'{key}="{text}"')
+        (folder / "tarrow.conf").write_text("\n".join(lines) + "\n")
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
@@ -114,6 +123,13 @@ class XServer:
         """What a program prints that runs on the server to its end."""
         return subprocess.run(words, env=dict(os.environ, DISPLAY=self.display), check=True,
                               capture_output=True, text=True).stdout
+
+
+def free_port():
+    """A TCP port that nothing listens on now."""
+    with socket.socket() as listener:
+        listener.bind(("127.0.0.1", 0))
+        return listener.getsockname()[1]
 
 
 def display_number(connector, maker="", model="", serial_number=""):

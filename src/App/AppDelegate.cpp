@@ -2,9 +2,12 @@
 
 #include "Support/ControlLog.h"
 #include "Windows/ConnectedDisplays.h"
+#include "Windows/IconRenderer.h"
 #include "Windows/OutputWindow.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QIcon>
+#include <QPixmap>
 #include <QWindow>
 
 #include <algorithm>
@@ -19,22 +22,32 @@ quint16 clampedPort(qint64 port)
     return static_cast<quint16>(std::clamp<qint64>(port, 0, std::numeric_limits<quint16>::max()));
 }
 
-/// Takes the focus from other applications, with a window that wants it.
-void activateApplication()
-{
-    const QWindowList windows = QGuiApplication::topLevelWindows();
-    const auto window = std::ranges::find_if(windows, [](const QWindow* candidate) {
-        return candidate->isVisible() && !candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus);
-    });
-    if (window != windows.end())
-        (*window)->requestActivate();
-}
+constexpr double dockIconSize = 512;
 
 } // namespace
 
-AppDelegate::AppDelegate(Preferences& preferences)
+const std::vector<AppDelegate::LaunchStep> AppDelegate::launchSequence {
+    {"main menu", &AppDelegate::installMainMenu},
+    {"output router", &AppDelegate::createOutputRouter},
+    {"finish sound", &AppDelegate::installFinishSound},
+    {"dispatcher", &AppDelegate::startDispatcher},
+    {"UDP server", &AppDelegate::startUDPServer},
+    {"web server", &AppDelegate::createWebServer},
+    {"web switch", &AppDelegate::followWebSwitch},
+    {"NDI sender", &AppDelegate::createNDISender},
+    {"NDI switch", &AppDelegate::followNDISwitch},
+    {"console", &AppDelegate::createControlWindow},
+    {"icon", &AppDelegate::startDockBadge},
+    {"display-sleep assertion", &AppDelegate::takeSleepAssertion},
+    {"activation", &AppDelegate::activateApplication},
+    {"update check", &AppDelegate::checkForUpdatesInBackground},
+};
+
+AppDelegate::AppDelegate(Preferences& preferences, QJsonObject information)
     : settings(preferences)
     , m_preferences(preferences)
+    , m_information(std::move(information))
+    , m_help(preferences)
 {
 }
 
@@ -61,17 +74,17 @@ StreamDeckManager& AppDelegate::streamDeck()
     return *m_streamDeck;
 }
 
+UpdateChecker& AppDelegate::updateChecker()
+{
+    if (!m_updateChecker)
+        m_updateChecker.emplace(m_information, m_preferences);
+    return *m_updateChecker;
+}
+
 void AppDelegate::applicationDidFinishLaunching()
 {
-    createOutputRouter();
-    installFinishSound();
-    startDispatcher();
-    startUDPServer();
-    createWebServer();
-    createNDISender();
-    createControlWindow();
-    takeSleepAssertion();
-    activateApplication();
+    for (const LaunchStep& step : launchSequence)
+        (this->*step.perform)();
 }
 
 void AppDelegate::applicationWillTerminate()
@@ -81,6 +94,14 @@ void AppDelegate::applicationWillTerminate()
     if (m_sleepAssertionID != 0)
         m_sleepAssertion.release(m_sleepAssertionID);
     m_sleepAssertionID = 0;
+}
+
+void AppDelegate::installMainMenu()
+{
+    m_mainMenu = std::make_unique<MainMenu>(MainMenu::Targets {
+        .checkForUpdates = [this] { updateChecker().checkForUpdatesMenu(); },
+        .openHelp = [this] { m_help.openHelp(); },
+    });
 }
 
 void AppDelegate::createOutputRouter()
@@ -129,6 +150,10 @@ void AppDelegate::createWebServer()
         if (const std::optional<Command> command = Command::parse(text))
             m_dispatcher->dispatch(*command);
     };
+}
+
+void AppDelegate::followWebSwitch()
+{
     m_webSwitch.emplace(settings.webRemoteEnabled, [this](bool enabled) {
         if (enabled)
             m_webServer->start();
@@ -140,6 +165,10 @@ void AppDelegate::createWebServer()
 void AppDelegate::createNDISender()
 {
     m_ndiSender.emplace(engine(), settings, *m_messageAnimator);
+}
+
+void AppDelegate::followNDISwitch()
+{
     m_ndiSwitch.emplace(settings.ndiEnabled, [this](bool enabled) {
         if (enabled)
             m_ndiSender->start();
@@ -158,11 +187,37 @@ void AppDelegate::createControlWindow()
         .streamDeck = streamDeck(),
         .messageAnimator = *m_messageAnimator,
     });
+    m_controlWindow->setMenuBar(*m_mainMenu);
     m_controlWindow->showWindow();
+}
+
+void AppDelegate::startDockBadge()
+{
+    m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
+    m_dockBadge.emplace(m_timeText, [](const QString& text) {
+        const QImage icon = IconRenderer::image(text, dockIconSize);
+        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(icon)));
+    });
 }
 
 void AppDelegate::takeSleepAssertion()
 {
     m_sleepAssertion.take("Tarrow stage timer is running",
         [this](quint32 identifier) { m_sleepAssertionID = identifier; });
+}
+
+/// Takes the focus from other applications, with a window that wants it.
+void AppDelegate::activateApplication()
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    const auto window = std::ranges::find_if(windows, [](const QWindow* candidate) {
+        return candidate->isVisible() && !candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus);
+    });
+    if (window != windows.end())
+        (*window)->requestActivate();
+}
+
+void AppDelegate::checkForUpdatesInBackground()
+{
+    updateChecker().checkInBackground(settings.autoCheckUpdates);
 }

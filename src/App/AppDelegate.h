@@ -1,6 +1,8 @@
 #pragma once
 
+#include "App/MainMenu.h"
 #include "Audio/SoundPlayer.h"
+#include "Help/HelpWindowController.h"
 #include "Model/AppSettings.h"
 #include "Model/CueList.h"
 #include "Model/OutputRouter.h"
@@ -12,19 +14,33 @@
 #include "Platform/DisplaySleepAssertion.h"
 #include "StreamDeck/StreamDeckManager.h"
 #include "Support/EventLoopSubscription.h"
+#include "Support/InformationDictionary.h"
 #include "Support/Preferences.h"
+#include "Update/UpdateChecker.h"
 #include "Views/MessageTransition.h"
 #include "Windows/ControlWindowController.h"
 
+#include <memory>
 #include <optional>
+#include <vector>
 
 /// Owns every long-lived object of the program, starts them in their order and joins them. It
 /// decides nothing about the show itself.
 class AppDelegate {
 public:
+    /// One service of the launch.
+    struct LaunchStep {
+        const char* name;
+        void (AppDelegate::*perform)();
+    };
+
+    /// In their order: later steps use what earlier ones made.
+    static const std::vector<LaunchStep> launchSequence;
+
     /// `preferences` must outlive the delegate. The settings are loaded here; all else waits for
     /// the launch.
-    explicit AppDelegate(Preferences& preferences);
+    explicit AppDelegate(
+        Preferences& preferences, QJsonObject information = informationDictionary());
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
     ~AppDelegate() = default;
@@ -54,17 +70,31 @@ public:
     [[nodiscard]] quint32 sleepAssertionID() const { return m_sleepAssertionID; }
 
 private:
+    /// Sees what each step has made.
+    friend class LaunchTest;
+
+    void installMainMenu();
     void createOutputRouter();
     void installFinishSound();
     void startDispatcher();
     void startUDPServer();
     void createWebServer();
+    void followWebSwitch();
     void createNDISender();
+    void followNDISwitch();
     void createControlWindow();
+    void startDockBadge();
     void takeSleepAssertion();
+    void activateApplication();
+    void checkForUpdatesInBackground();
+    [[nodiscard]] UpdateChecker& updateChecker();
 
     // In the order of creation, so that each goes before what it points back at.
     Preferences& m_preferences;
+    QJsonObject m_information;
+    std::optional<UpdateChecker> m_updateChecker;
+    HelpWindowController m_help;
+    std::unique_ptr<MainMenu> m_mainMenu;
     std::optional<TimerEngine> m_engine;
     std::optional<MessageAnimator> m_messageAnimator;
     std::optional<OutputRouter> m_outputRouter;
@@ -77,6 +107,9 @@ private:
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
     std::optional<StreamDeckManager> m_streamDeck;
     std::optional<ControlWindowController> m_controlWindow;
+    /// What the icon shows.
+    QProperty<QString> m_timeText;
+    std::optional<EventLoopSubscription<QString>> m_dockBadge;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

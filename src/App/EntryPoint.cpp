@@ -19,7 +19,8 @@ int main(int argc, char* argv[])
 
     QApplication application(argc, argv);
     QApplication::setApplicationName(u"Tarrow"_s);
-    QApplication::setApplicationVersion(QStringLiteral(TARROW_VERSION));
+    const QJsonObject information = informationDictionary();
+    QApplication::setApplicationVersion(runningVersion(information));
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
     ConsoleStyle::install();
@@ -28,7 +29,7 @@ int main(int argc, char* argv[])
         QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));
 
     SystemPreferences preferences;
-    AppDelegate delegate(preferences);
+    AppDelegate delegate(preferences, information);
     const TerminationSignals terminationSignals([] { QApplication::quit(); });
     QObject::connect(&application, &QApplication::aboutToQuit, &application,
         [&delegate] { delegate.applicationWillTerminate(); });

@@ -1,6 +1,7 @@
 #include "Support/InformationDictionary.h"
 
 #include "Support/ControlLog.h"
+#include "Support/StrictJson.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -31,4 +32,10 @@ QJsonObject informationDictionary()
     }
     qCCritical(controlLog, "Info.json is not where the program's resources are");
     return {};
+}
+
+QString runningVersion(const QJsonObject& information)
+{
+    return JsonForm<QString>::decode(information.value(u"CFBundleShortVersionString"))
+        .value_or(u"0"_s);
 }

@@ -8,3 +8,6 @@
 /// A file that is missing or holds no JSON object is an empty dictionary, and costs a line on the
 /// log. The application object must exist.
 [[nodiscard]] QJsonObject informationDictionary();
+
+/// The version that a dictionary gives to the program, "0" when it gives none.
+[[nodiscard]] QString runningVersion(const QJsonObject& information);

@@ -1,5 +1,6 @@
 #include "Update/UpdateChecker.h"
 
+#include "Support/InformationDictionary.h"
 #include "Support/Overloaded.h"
 #include "Support/StrictJson.h"
 
@@ -52,6 +53,7 @@ std::optional<QUrl> webAddress(const QString& text)
 UpdateChecker::UpdateChecker(QJsonObject information, Preferences& preferences, Clock clock,
     std::chrono::milliseconds requestLimit)
     : m_information(std::move(information))
+    , m_currentVersion(runningVersion(m_information))
     , m_preferences(preferences)
     , m_clock(std::move(clock))
     , m_requestLimit(requestLimit)
@@ -95,13 +97,13 @@ void UpdateChecker::check(Initiator initiator)
 void UpdateChecker::handleManifest(const UpdateManifest& manifest, Initiator initiator)
 {
     m_preferences.setText(lastCheckKey.toString(), now().toString(Qt::ISODateWithMs));
-    if (isNewer(manifest.version, currentVersion())) {
+    if (isNewer(manifest.version, m_currentVersion)) {
         if (initiator == Initiator::user
             || m_preferences.text(skipKey.toString()) != manifest.version)
             present(manifest);
     } else if (initiator == Initiator::user) {
         showAlert(u"You’re up to date"_s,
-            u"Tarrow %1 is the latest version."_s.arg(currentVersion()), {{u"OK"_s}});
+            u"Tarrow %1 is the latest version."_s.arg(m_currentVersion), {{u"OK"_s}});
     }
 }
 
@@ -114,7 +116,7 @@ void UpdateChecker::handleFailure(const QString& reason, Initiator initiator)
 void UpdateChecker::present(const UpdateManifest& manifest)
 {
     QString text =
-        u"Tarrow %1 is available — you have %2."_s.arg(manifest.version, currentVersion());
+        u"Tarrow %1 is available — you have %2."_s.arg(manifest.version, m_currentVersion);
     if (manifest.notes)
         text += u"\n\n"_s + *manifest.notes;
     const auto download = [address = webAddress(manifest.downloadURL)] {
@@ -173,12 +175,6 @@ std::optional<QUrl> UpdateChecker::feedURL() const
     const std::optional<QString> text =
         JsonForm<QString>::decode(m_information.value(u"TRUpdateFeedURL"));
     return text ? webAddress(*text) : std::nullopt;
-}
-
-QString UpdateChecker::currentVersion() const
-{
-    return JsonForm<QString>::decode(m_information.value(u"CFBundleShortVersionString"))
-        .value_or(u"0"_s);
 }
 
 bool UpdateChecker::isNewer(const QString& a, const QString& b)

@@ -62,9 +62,9 @@ private:
     [[nodiscard]] std::optional<QDateTime> lastCheck() const;
     [[nodiscard]] QDateTime now() const;
     [[nodiscard]] std::optional<QUrl> feedURL() const;
-    [[nodiscard]] QString currentVersion() const;
 
     QJsonObject m_information;
+    QString m_currentVersion;
     Preferences& m_preferences;
     Clock m_clock;
     std::chrono::milliseconds m_requestLimit;

@@ -68,6 +68,18 @@ ControlWindowController::ControlWindowController(const ControlPanelView::Models&
         [this](const QVariant& frame) { applyFrame(frame.toRect()); });
 }
 
+ControlWindowController::~ControlWindowController()
+{
+    if (m_menuBar)
+        m_menuBar->setParent(nullptr);
+}
+
+void ControlWindowController::setMenuBar(QMenuBar& menuBar)
+{
+    m_menuBar = &menuBar;
+    m_window->layout()->setMenuBar(m_menuBar);
+}
+
 void ControlWindowController::showWindow()
 {
     applySizes(m_panel->heights());
@@ -79,6 +91,7 @@ bool ControlWindowController::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::Expose && m_window->windowHandle()->isExposed()) {
         watched->removeEventFilter(this);
         placeInDock();
+        m_isInDock = true;
     }
     return QObject::eventFilter(watched, event);
 }
@@ -89,9 +102,15 @@ void ControlWindowController::applySizes(const ConsoleHeights& heights)
         return;
     m_contentHeight =
         heights.compact + (heights.expanded > 1 ? heights.expanded + dividerHeight : 0);
+    if (m_menuBar && !m_menuBar->isNativeMenuBar())
+        m_contentHeight += m_menuBar->heightForWidth(ControlPanelView::width);
     if (!m_hasSizedOnce) {
         m_hasSizedOnce = true;
         dock();
+        return;
+    }
+    if (!m_isInDock) {
+        placeInDock();
         return;
     }
     const QMargins margins = frameMargins();
@@ -129,9 +148,12 @@ void ControlWindowController::animateTo(const QRect& frame)
 
 void ControlWindowController::applyFrame(const QRect& frame)
 {
-    m_window->setFixedSize(ControlPanelView::width, frame.marginsRemoved(frameMargins()).height());
+    const QRect content = frame.marginsRemoved(frameMargins());
+    m_window->setFixedSize(ControlPanelView::width, content.height());
+    // By its content, which Qt knows at once; where the frame ends up, it learns from the window
+    // manager later.
     if (windowsAreOursToPlace())
-        m_window->windowHandle()->setFramePosition(frame.topLeft());
+        m_window->setGeometry(QRect(content.topLeft(), m_window->size()));
 }
 
 void ControlWindowController::setAlwaysOnTop(bool isOnTop)

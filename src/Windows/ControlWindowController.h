@@ -2,6 +2,7 @@
 
 #include "Views/ControlPanelView.h"
 
+#include <QMenuBar>
 #include <QVariantAnimation>
 
 /// Owns the operator's window: of one width, docked to the top right of the main screen, and as
@@ -14,6 +15,13 @@ class ControlWindowController final : public QObject {
 public:
     /// All models must outlive the controller.
     explicit ControlWindowController(const ControlPanelView::Models& models);
+    ControlWindowController(const ControlWindowController&) = delete;
+    ControlWindowController& operator=(const ControlWindowController&) = delete;
+    ~ControlWindowController() override;
+
+    /// Lays the menu bar above the panel where the desktop has no other place for it. It must
+    /// outlive the controller, and remains its owner's.
+    void setMenuBar(QMenuBar& menuBar);
 
     /// Sizes the window for its panel, docks it, and brings it to the front with the focus.
     void showWindow();
@@ -35,6 +43,8 @@ private:
     std::unique_ptr<QWidget> m_window;
     ControlPanelView* m_panel;
     bool m_hasSizedOnce = false;
+    bool m_isInDock = false;
+    QMenuBar* m_menuBar = nullptr;
     /// What the window's content should be high.
     int m_contentHeight = 0;
     QVariantAnimation m_animation;

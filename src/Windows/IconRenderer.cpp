@@ -1,0 +1,74 @@
+#include "Windows/IconRenderer.h"
+
+#include "Support/Fonts.h"
+#include "Support/TextLine.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+
+#include <cmath>
+
+namespace {
+
+/// The text is laid out once in this size, and scaled: nothing in it is hinted, so that it is in
+/// proportion in every size.
+constexpr int layoutSize = 100;
+
+constexpr double insetShare = 0.07;
+constexpr double radiusShare = 0.2237;
+constexpr double firstFontShare = 0.42;
+constexpr double widthShare = 0.8;
+constexpr double fontStep = 2;
+constexpr double smallestFont = 6;
+
+double fontSizeFor(const TextLine& line, const QRectF& body)
+{
+    double size = firstFontShare * body.height();
+    while (size > smallestFont && line.width() * size / layoutSize > widthShare * body.width())
+        size -= fontStep;
+    return size;
+}
+
+void paintBody(QPainter& painter, const QRectF& body)
+{
+    const double radius = radiusShare * body.width();
+    QLinearGradient gradient(body.topLeft(), body.bottomLeft());
+    gradient.setColorAt(0, QColor::fromRgbF(0.17F, 0.17F, 0.19F));
+    gradient.setColorAt(1, Qt::black);
+    QPainterPath path;
+    path.addRoundedRect(body, radius, radius);
+    painter.fillPath(path, gradient);
+}
+
+void paintTime(QPainter& painter, const QString& time, const QRectF& body)
+{
+    const TextLine line(time, Fonts::monospaced(layoutSize, QFont::DemiBold));
+    const double scale = fontSizeFor(line, body) / layoutSize;
+    painter.setPen(Qt::white);
+    painter.translate(body.center());
+    painter.scale(scale, scale);
+    line.draw(painter, {-line.width() / 2, -line.height() / 2});
+}
+
+} // namespace
+
+QImage IconRenderer::image(const QString& time, double size)
+{
+    // Also false for what is no number.
+    if (!(size > 0))
+        return {};
+    const int edge = static_cast<int>(std::ceil(size));
+    QImage image(edge, edge, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    const double inset = insetShare * size;
+    const QRectF body = QRectF(0, 0, size, size).adjusted(inset, inset, -inset, -inset);
+
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintBody(painter, body);
+    // Nothing is drawn where the body is not, and its soft edge stays as soft as it is.
+    painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+    paintTime(painter, time, body);
+    return image;
+}

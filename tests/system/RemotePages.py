@@ -1,0 +1,331 @@
+#!/usr/bin/env python3
+"""The pages of the web remote, served by the built program and opened in a real browser.
+
+Usage: RemotePages.py PROGRAM [TEST…]
+"""
+
+import collections
+import pathlib
+import sys
+import unittest
+import urllib.parse
+import urllib.request
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "scripts/support"))
+from browser import Browser  # noqa: E402
+from stage import Program, free_port  # noqa: E402
+
+PHONE = (360, 740)
+TABLET = (1000, 750)
+CUES = [("Opening", 300), ("<b>Main</b> & \u00fcber", 1200), ("x" * 200, 7200)]
+SETTINGS = {
+    "textColor": {"r": 0.5, "g": 1, "b": 0.5, "a": 1},
+    "backgroundColor": {"r": 0, "g": 0, "b": 0.2, "a": 1},
+    "webRemoteEnabled": True,
+}
+TEXT_COLOR = "rgb(128, 255, 128)"
+BACKGROUND_COLOR = "rgb(0, 0, 51)"
+LONG_MESSAGE = "Doors open in ten minutes, please take your seats " * 4 + "x" * 80
+
+CONTROL_STYLES = {
+    "body": {"background-color": "rgb(12, 12, 14)", "color": "rgb(242, 242, 244)",
+             "padding": "16px"},
+    "h1": {"font-size": "15px", "font-weight": "600", "letter-spacing": "0.3px",
+           "color": "rgb(153, 170, 170)", "text-align": "center"},
+    "#time": {"font-size": "86.4px", "line-height": "90.72px", "font-weight": "700",
+              "text-align": "center", "font-variant-numeric": "tabular-nums"},
+    "#status": {"font-size": "14px", "color": "rgb(136, 136, 136)", "min-height": "20px",
+                "text-align": "center"},
+    "[data-command=PAUSE]": {
+        "font-size": "17px", "font-weight": "600", "padding": "16px 8px", "border-width": "0px",
+        "border-radius": "14px", "background-color": "rgb(29, 29, 34)"},
+    ".go": {"background-color": "rgb(46, 139, 70)"},
+    "[data-command=STOPTIME]": {"background-color": "rgb(192, 57, 43)"},
+    ".show": {"background-color": "rgb(254, 72, 111)"},
+    "#minutes": {"font-size": "17px", "padding": "14px", "border-radius": "14px",
+                 "background-color": "rgb(29, 29, 34)", "color": "rgb(255, 255, 255)"},
+    ".grid": {"gap": "10px"},
+    ".section": {"margin-top": "18px"},
+    "#cues": {"gap": "8px", "margin-top": "18px"},
+    "[data-command=CUE2]": {"background-color": "rgb(22, 22, 26)", "text-align": "left"},
+    "[data-command=CUE1]": {"background-color": "rgb(34, 68, 51)",
+                            "border-left": "4px solid rgb(254, 72, 111)"},
+}
+DISPLAY_STYLES = {
+    "#stage": {"background-color": BACKGROUND_COLOR, "width": "1000px", "height": "750px"},
+    "#time": {"color": TEXT_COLOR, "font-weight": "500", "white-space": "nowrap"},
+    "#time-box": {"height": "300px"},
+    "#message": {"color": TEXT_COLOR, "width": "900px", "font-weight": "600",
+                 "text-align": "center"},
+    "#message-box": {"height": "450px", "opacity": "1"},
+    "#strobe": {"background-color": "rgb(255, 255, 255)", "opacity": "0", "width": "1000px",
+                "height": "750px", "pointer-events": "none"},
+    "#fullscreen": {
+        "width": "64px", "height": "64px", "right": "18px", "bottom": "18px",
+        "border-radius": "16px", "background-color": "rgba(120, 120, 128, 0.32)",
+        "backdrop-filter": "blur(8px)", "font-size": "30px", "opacity": "0.9"},
+}
+BUTTONS = [
+    # Label, what the fields hold, the command that is sent.
+    ("GO", {"minutes": "12"}, "GO12"), ("GO", {"minutes": "0"}, "GO0"), ("GO", {}, None),
+    ("Pause", {}, "PAUSE"), ("Stop", {}, "STOPTIME"), ("Clock", {}, "TIME"),
+    ("\u22121 min", {}, "-1"), ("+1 min", {}, "+1"), ("Reset", {}, "RESET"),
+    ("Blackout", {}, "BLACK"), ("Attention", {}, "ATTENTION"), ("Clr Msg", {}, "CLEARMSG"),
+    ("Show", {"message": "T\u00fcr & 100%"}, "MSGT\u00fcr & 100%"), ("Show", {}, "MSG"),
+    ("Prev cue", {}, "PREV"), ("Next cue", {}, "NEXT"), ("2.  ", {}, "CUE2"),
+]
+
+
+class RemotePages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.port = free_port()
+        cls.address = f"http://127.0.0.1:{cls.port}"
+        cls.program = cls.enterClassContext(cls.new_program())
+        cls.program.wait_for_log("Web remote on port")
+        cls.browser = cls.enterClassContext(Browser())
+
+    @classmethod
+    def new_program(cls):
+        return Program(executable=sys.argv[1], cues=CUES, webPort=cls.port, **SETTINGS)
+
+    def command(self, *texts):
+        for text in texts:
+            urllib.request.urlopen(
+                f"{self.address}/cmd?c={urllib.parse.quote(text)}").close()
+
+    def open(self, path, *commands, size=None):
+        """Opens a page on which the first answers have come, after a RESET and the commands."""
+        self.command("RESET", *commands)
+        self.browser.open(self.address + path, *(size or (PHONE if path == "/" else TABLET)))
+
+    def value(self, expression):
+        return self.browser.evaluate(expression)
+
+    def style(self, selector, name):
+        return self.value(
+            f"getComputedStyle(document.querySelector('{selector}')).getPropertyValue('{name}')")
+
+    def requested(self):
+        return [address.removeprefix(self.address) for address in self.browser.requests()]
+
+    def test_polls_at_its_intervals(self):
+        for path, expected in (("/", {"/": 1, "/state": 41, "/cues": 11}),
+                               ("/display", {"/display": 1, "/state": 49})):
+            with self.subTest(path):
+                self.open(path)
+                self.browser.pass_time(12000)
+                self.assertEqual(collections.Counter(self.requested()), expected)
+
+    def test_display_bypasses_the_cache(self):
+        self.open("/display")
+        headers = [event["params"]["headers"] for event in self.browser.events
+                   if event["method"] == "Network.requestWillBeSentExtraInfo"
+                   and event["params"]["headers"].get("Sec-Fetch-Dest") == "empty"]
+        self.assertEqual([header.get("Cache-Control") for header in headers], ["no-cache"])
+
+    def test_drops_an_answer_that_a_later_one_has_overtaken(self):
+        for path in ("/", "/display"):
+            with self.subTest(path):
+                self.open(path)
+                self.assertEqual(self.value("""(async () => {
+                    const answers = [];
+                    window.fetch = () => new Promise(answer => answers.push(answer));
+                    const polls = [pollState(), pollState()];
+                    for (const number of [1, 0]) {
+                        answers[number]({ json: async () => ({ time: "0" + number + ":00" }) });
+                        await polls[number];
+                    }
+                    return document.getElementById("time").textContent;
+                })()"""), "01:00")
+
+    def test_styles(self):
+        for path, table in (("/", CONTROL_STYLES), ("/display", DISPLAY_STYLES)):
+            self.open(path, "CUE1", "STOPTIME", "MSG Doors open")
+            self.value("document.getAnimations().forEach(fade => fade.finish())")
+            for selector, styles in table.items():
+                for name, value in styles.items():
+                    with self.subTest(selector=selector, name=name):
+                        self.assertEqual(self.style(selector, name), value)
+
+    def test_buttons_send_commands(self):
+        for label, fields, command in BUTTONS:
+            with self.subTest(label, fields=fields):
+                self.open("/")
+                for field, text in fields.items():
+                    self.value(f"document.getElementById('{field}').value = '{text}'")
+                self.requested()
+                self.value("[...document.querySelectorAll('button')]"
+                           f".find(button => button.textContent.includes('{label}')).click()")
+                self.browser.pass_time(79)
+                sent = [] if command is None else ["/cmd?c=" + urllib.parse.quote(command, "")]
+                self.assertEqual(self.requested(), sent)
+                self.browser.pass_time(2)
+                self.assertEqual(self.requested(), ["/state"] if sent else [])
+
+    def test_control_page_colors_the_time_its_own_way(self):
+        for start, threshold, own, mirrored in (
+                ("GO 12", "normal", "rgb(255, 255, 255)", TEXT_COLOR),
+                ("GO 4", "amber", "rgb(255, 176, 0)", "rgb(255, 176, 0)"),
+                ("GO 1", "red", "rgb(255, 59, 48)", "rgb(255, 59, 48)")):
+            with self.subTest(start):
+                self.open("/", start)
+                self.assertEqual(self.value("document.getElementById('time').className"), threshold)
+                self.assertEqual(self.style("#time", "color"), own)
+                self.open("/display", start)
+                self.assertEqual(self.style("#time", "color"), mirrored)
+
+    def test_status_line(self):
+        self.open("/", "GO 5", "BLACK", "MSG <i>Doors</i>")
+        self.assertEqual(self.value("document.getElementById('status').textContent"),
+                         "running \u2022 blackout \u2022 msg: <i>Doors</i>")
+        self.value("applyState({time: '', phase: 'idle', loop: true, message: ''})")
+        self.assertEqual(self.value("document.getElementById('status').textContent"),
+                         "idle \u2022 loop")
+
+    def test_cue_list_holds_titles_as_text(self):
+        self.open("/", "CUE 2")
+        self.assertEqual(
+            self.value("[...document.querySelectorAll('#cues > button')].map(button =>"
+                       "[button.textContent, button.children.length, button.ariaCurrent])"),
+            [["1.  Opening   (05:00)", 0, None],
+             ["2.  <b>Main</b> & \u00fcber   (20:00)", 0, "true"],
+             [f"3.  {'x' * 200}   (120:00)", 0, None]])
+
+    def test_fits_a_phone(self):
+        self.open("/", f"MSG {'x' * 200}")
+        self.assertEqual(self.value("document.documentElement.scrollWidth"), PHONE[0])
+        self.assertEqual(
+            self.value("[...document.querySelectorAll('button, input')].filter(element => {"
+                       "const box = element.getBoundingClientRect();"
+                       "return box.width < 44 || box.height < 44 ||"
+                       "element.scrollWidth > element.clientWidth; }).map(e => e.outerHTML)"), [])
+
+    def test_names_everything_that_takes_input(self):
+        for path, count in (("/", 18), ("/display", 1)):
+            self.open(path)
+            nodes = self.browser.call("Accessibility.getFullAXTree")["nodes"]
+            names = [node["name"]["value"] for node in nodes if not node["ignored"]
+                     and node["role"]["value"] in ("button", "textbox", "spinbutton")]
+            self.assertEqual(len(names), count)
+            self.assertNotIn("", names)
+
+    def test_time_size(self):
+        for width, height, size in ((1280, 200, 180), (360, 740, 92), (30, 8, 8)):
+            with self.subTest(width=width, height=height):
+                self.open("/display", size=(width, height))
+                self.assertEqual(self.style("#time", "font-size"), f"{size}px")
+        self.open("/display", "MSG Doors", size=(1280, 200))
+        self.assertEqual(self.style("#time", "font-size"), "72px")
+
+    def test_message_is_as_large_as_fits(self):
+        for text, width, height in (("Go", 1024, 768), ("Go", 300, 900), (LONG_MESSAGE, 360, 640)):
+            with self.subTest(text[:10], width=width):
+                self.open("/display", f"MSG {text}", size=(width, height))
+                size = float(self.style("#message", "font-size").removesuffix("px"))
+                largest = min(height * 0.6 * 0.55, width * 0.4)
+                # Two pixels a step, and no step more than it takes.
+                self.assertAlmostEqual((largest - size) % 2, 0, delta=0.1)
+                self.assertTrue(self.value("message.scrollHeight <= messageBox.clientHeight"))
+                self.value(f"message.style.fontSize = '{size + 2}px'")
+                self.assertTrue(size + 2 > largest or self.value(
+                    "message.scrollHeight > messageBox.clientHeight"))
+
+    def test_opens_on_a_message_without_a_slide(self):
+        self.open("/display", "MSG Doors")
+        self.assertEqual(self.value("stage.getAnimations({subtree: true}).length"), 0)
+        self.assertEqual(self.style("#time-box", "height"), "300px")
+
+    def test_message_slides(self):
+        slides = "stage.getAnimations({subtree: true})"
+        width, height = 1200, 300
+        self.open("/display", size=(width, height))
+        self.browser.pass_time(600)
+        for command, share in (("MSG Doors", 0.4), ("CLEARMSG", 1)):
+            with self.subTest(command):
+                self.command(command)
+                self.browser.pass_time(250)
+                self.assertCountEqual(
+                    self.value(f"{slides}.map(slide => {{ const timing = slide.effect.getTiming();"
+                               "return [slide.effect.target.id, slide.transitionProperty,"
+                               "timing.duration, timing.easing]; })"),
+                    [["time-box", "height", 350, "ease"], ["message-box", "height", 350, "ease"],
+                     ["message-box", "opacity", 350, "ease"]])
+                # On its way the time has the size that its box then has.
+                for moment in (100, 200):
+                    self.value(f"{slides}.forEach(slide => {{"
+                               f"slide.pause(); slide.currentTime = {moment}; }})")
+                    self.value("new Promise(done => requestAnimationFrame(() =>"
+                               "requestAnimationFrame(done)))")
+                    box = self.value("timeBox.getBoundingClientRect().height")
+                    self.assertTrue(0.4 * height < box < height)
+                    self.assertAlmostEqual(
+                        float(self.style("#time", "font-size").removesuffix("px")),
+                        min(box * 0.9, width * 0.92 / 3.6), delta=0.01)
+                self.value(f"{slides}.forEach(slide => slide.finish())")
+                self.browser.pass_time(500)
+                self.assertEqual(self.value("timeBox.getBoundingClientRect().height"),
+                                 share * height)
+
+    def test_flashes_five_times_for_a_new_strobe_only(self):
+        self.open("/display", "ATTENTION")
+        self.browser.pass_time(1000)
+        self.assertEqual(self.value("strobe.className"), "")
+        self.command("ATTENTION")
+        self.browser.pass_time(250)
+        layer = self.value(
+            "(() => { const [flash] = strobe.getAnimations(); flash.pause();"
+            "return Array.from({length: 20}, (_, step) => { flash.currentTime = step * 50 + 25;"
+            "return getComputedStyle(strobe).opacity; }); })()")
+        self.assertEqual(layer, ["1", "1", "0", "0"] * 5)
+        self.assertEqual(self.value("strobe.getAnimations()[0].effect.getTiming().iterations"), 1)
+        self.command("ATTENTION")
+        self.browser.pass_time(250)
+        # A new animation, which the one held above is not.
+        self.assertEqual(self.value("strobe.getAnimations()[0].playState"), "running")
+
+    def test_fullscreen_button_hides(self):
+        shown = "fullscreen.className === 'shown'"
+        self.open("/display")
+        self.assertEqual(self.style("#fullscreen", "transition"), "opacity 0.4s")
+        self.browser.pass_time(2390)
+        for activity in ("mousemove", "touchstart", "click"):
+            with self.subTest(activity):
+                self.assertTrue(self.value(shown))
+                self.browser.pass_time(20)
+                self.assertFalse(self.value(shown))
+                self.value(f"document.body.dispatchEvent("
+                           f"new Event('{activity}', {{bubbles: true}}))")
+                self.browser.pass_time(2490)
+        self.browser.pass_time(20)
+        for element in ("HTML", None):
+            changed_to = self.value(
+                "new Promise(done => { document.addEventListener('fullscreenchange', () =>"
+                "done(document.fullscreenElement?.tagName), {once: true}); fullscreen.click(); })")
+            self.assertEqual(changed_to, element)
+            self.assertFalse(self.value(shown))
+
+    def test_blackout_leaves_the_background(self):
+        self.open("/display", "GO 5", "MSG Doors", "BLACK")
+        self.assertEqual(self.style("#time", "visibility"), "hidden")
+        self.assertEqual(self.style("#message", "visibility"), "hidden")
+        self.assertEqual(self.style("#stage", "background-color"), BACKGROUND_COLOR)
+
+    def test_resumes_when_the_server_returns(self):
+        text = "document.getElementById('time').textContent"
+        for path in ("/", "/display"):
+            with self.subTest(path):
+                self.open(path, "GO 12", "PAUSE")
+                frozen = self.value(text)
+                self.assertNotEqual(frozen, "00:00")
+                self.program.__exit__()
+                self.browser.pass_time(2000)
+                self.assertEqual(self.value(text), frozen)
+                type(self).program = self.enterClassContext(self.new_program())
+                self.program.wait_for_log("Web remote on port")
+                self.browser.pass_time(500)
+                self.assertEqual(self.value(text), "00:00")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[2:])
