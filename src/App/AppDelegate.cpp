@@ -36,7 +36,7 @@ const std::vector<AppDelegate::LaunchStep> AppDelegate::launchSequence {
     {"web switch", &AppDelegate::followWebSwitch},
     {"NDI sender", &AppDelegate::createNDISender},
     {"NDI switch", &AppDelegate::followNDISwitch},
-    {"Stream Deck", &AppDelegate::createStreamDeck},
+    {"console", &AppDelegate::createControlWindow},
     {"icon", &AppDelegate::startDockBadge},
     {"display-sleep assertion", &AppDelegate::takeSleepAssertion},
     {"activation", &AppDelegate::activateApplication},
@@ -175,6 +175,20 @@ void AppDelegate::followNDISwitch()
         else
             m_ndiSender->stop();
     });
+}
+
+void AppDelegate::createControlWindow()
+{
+    m_controlWindow.emplace(ControlPanelView::Models {
+        .engine = engine(),
+        .settings = settings,
+        .cues = cues(),
+        .router = *m_outputRouter,
+        .streamDeck = streamDeck(),
+        .messageAnimator = *m_messageAnimator,
+    });
+    m_controlWindow->setMenuBar(*m_mainMenu);
+    m_controlWindow->showWindow();
 }
 
 void AppDelegate::startDockBadge()

@@ -12,15 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A port that nobody else has at the moment.
-quint16 freePort()
-{
-    QTcpServer server;
-    if (!server.listen(QHostAddress::LocalHost))
-        qFatal("cannot listen");
-    return server.serverPort();
-}
-
 QImage shownIcon()
 {
     return QApplication::windowIcon()
@@ -38,7 +29,6 @@ class LaunchTest : public QObject {
 private Q_SLOTS:
     void makesEveryServiceInItsTurn();
     void followsTheSwitchesThroughTheEventLoop();
-    void keepsItsWebPort();
     void showsTheTimeAsItsIcon();
 
 private:
@@ -134,22 +124,6 @@ void LaunchTest::followsTheSwitchesThroughTheEventLoop()
     QVERIFY(stage.webServerRuns());
     QCoreApplication::processEvents();
     QVERIFY(!stage.webServerRuns());
-}
-
-void LaunchTest::keepsItsWebPort()
-{
-    const quint16 port = freePort();
-    Stage stage([&](AppSettings& settings) {
-        settings.webPort = port;
-        settings.webRemoteEnabled = true;
-    });
-    stage.delegate->applicationDidFinishLaunching();
-    QTRY_COMPARE(stage.delegate->m_webServer->boundPort(), port);
-    stage.delegate->settings.webPort = 0;
-    stage.delegate->settings.webRemoteEnabled = false;
-    QTRY_COMPARE(stage.delegate->m_webServer->boundPort(), 0);
-    stage.delegate->settings.webRemoteEnabled = true;
-    QTRY_COMPARE(stage.delegate->m_webServer->boundPort(), port);
 }
 
 void LaunchTest::showsTheTimeAsItsIcon()

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QRect>
+
+class QScreen;
+
+/// Whether a program can place its windows; on Wayland it cannot.
+[[nodiscard]] bool windowsAreOursToPlace();
+
+/// The screen of the window that has the focus, otherwise the primary one; null without a screen.
+[[nodiscard]] QScreen* mainScreen();
+
+// Where the console's frame lies on the visible area of a screen. All in points.
+
+/// At the top right, and not so high that no gap remains below.
+[[nodiscard]] QRect dockedFrame(const QRect& visibleArea, const QSize& frameSize);
+
+/// With a new height, held at its left and top edges: it grows downwards, and moves only where it
+/// would leave the area or the gap below.
+[[nodiscard]] QRect resizedFrame(const QRect& frame, const QRect& visibleArea, int height);
