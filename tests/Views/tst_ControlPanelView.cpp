@@ -214,8 +214,12 @@ void ControlPanelViewTest::followsTheModes()
     panel.engine.setClock(true);
     QVERIFY(!panel.labels().contains(u"Showing time of day"_s));
 
-    panel.click(u"Clock"_s);
-    panel.click(u"Timer"_s);
+    // The same with the keys.
+    panel.button(u"Timer"_s).setFocus();
+    for (const int key : {Qt::Key_Right, Qt::Key_Right})
+        QTest::keyClick(panel.view.windowHandle(), Qt::Key(key));
+    QVERIFY(panel.labels().contains(u"Showing time of day"_s));
+    QTest::keyClick(panel.view.windowHandle(), Qt::Key_Left);
     QCOMPARE(panel.engine.phase.value(), Phase::idle);
 }
 
@@ -533,6 +537,9 @@ void ControlPanelViewTest::isWalkedWithTab()
         QCOMPARE(name.isEmpty() && button ? button->text() : name, stop);
         QTest::keyClick(panel.view.windowHandle(), Qt::Key_Tab);
     }
+    for (int stop = 0; stop < 3; ++stop)
+        QTest::keyClick(panel.view.windowHandle(), Qt::Key_Backtab);
+    QVERIFY(panel.button(u"Timer"_s).hasFocus());
 }
 
 QTEST_MAIN(ControlPanelViewTest)
