@@ -1,8 +1,9 @@
-// A full redraw of a deck with 32 keys (drawn, turned, encoded), against what no program could do
-// without: encoding as many pictures that are there already, and painting their texts and ready
-// pictures of their symbols with plain Qt. One line, as PairTiming.h says.
+// A full redraw of a deck with 32 keys (drawn, turned, encoded, framed), against what no program
+// could do without: encoding as many pictures that are there already, and painting their texts and
+// ready pictures of their symbols with plain Qt. One line, as PairTiming.h says.
 
 #include "PairTiming.h"
+#include "StreamDeck/StreamDeckPackets.h"
 #include "StreamDeck/StreamDeckRoles.h"
 #include "Support/Fonts.h"
 #include "Support/Symbols.h"
@@ -41,7 +42,7 @@ void redraw(int number)
     for (const StreamDeckImage::KeyFace& shown : facesOf(stateOf(number))) {
         const auto bytes =
             StreamDeckImage::encode(StreamDeckImage::render(shown, deck.keyPixels), deck);
-        if (!bytes)
+        if (!bytes || StreamDeckImage::packets(*bytes, 0, deck).isEmpty())
             std::abort();
     }
 }

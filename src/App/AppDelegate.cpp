@@ -181,8 +181,8 @@ void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
     m_dockBadge.emplace(m_timeText, [](const QString& text) {
-        const QImage icon = IconRenderer::image(text, dockIconSize);
-        QApplication::setWindowIcon(QIcon(QPixmap::fromImage(icon)));
+        QApplication::setWindowIcon(
+            QIcon(QPixmap::fromImage(IconRenderer::image(text, dockIconSize))));
     });
 }
 

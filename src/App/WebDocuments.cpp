@@ -37,14 +37,23 @@ QStringView caseName(TimerEngine::Phase phase)
     return u"clock";
 }
 
+void appendComponent(QString& text, double value)
+{
+    constexpr QStringView digits = u"0123456789ABCDEF";
+    const auto number = static_cast<uint>(checkedRound(value * 255, "a colour's component"));
+    if (number > 255)
+        text += QString::asprintf("%X", number);
+    else
+        text.append(digits[number >> 4]).append(digits[number & 0xf]);
+}
+
 /// "#FFB000". A component beyond 0...1 has more digits.
 QString colorText(const RGBColor& color)
 {
-    const auto component = [](double value) {
-        return static_cast<uint>(checkedRound(value * 255, "a colour's component"));
-    };
-    return QString::asprintf(
-        "#%02X%02X%02X", component(color.r), component(color.g), component(color.b));
+    QString text = u"#"_s;
+    for (const double component : {color.r, color.g, color.b})
+        appendComponent(text, component);
+    return text;
 }
 
 /// A JSON object, member by member in the order of the calls.

@@ -1,5 +1,6 @@
 #include "StreamDeck/StreamDeckHID.h"
 
+#include "StreamDeck/StreamDeckKeys.h"
 #include "Support/ControlLog.h"
 
 #include <QMutex>
@@ -26,25 +27,6 @@ constexpr unsigned long stopPatienceInMilliseconds = 500;
 constexpr int writePatienceInMilliseconds = 3000;
 
 constexpr qint64 defaultInputReportSize = 64;
-
-int headerLength(const StreamDeckModel& model)
-{
-    return model.generation == Generation::gen2 ? 4 : 1;
-}
-
-/// The state of the keys in an input report, in the device's order; nothing in a report that tells
-/// of something else.
-std::optional<QByteArrayView> keyStates(QByteArrayView report, const StreamDeckModel& model)
-{
-    // A device with dials says in this byte what the report is about.
-    constexpr qsizetype eventKind = 1;
-    const int header = headerLength(model);
-    if (report.size() < header + model.keyCount)
-        return std::nullopt;
-    if (model.dials > 0 && report[eventKind] != 0)
-        return std::nullopt;
-    return report.sliced(header, model.keyCount);
-}
 
 QString accessMessage(int error)
 {
@@ -134,7 +116,6 @@ public:
 private:
     void deviceAttached(const HIDDeviceInfo& info);
     void deviceRemoved(const QByteArray& identity);
-    void parseKeys(QByteArrayView states);
     void teardownDevice();
 
     template <typename Callback, typename... Arguments>
@@ -152,8 +133,7 @@ private:
     std::unique_ptr<HIDManager> m_manager;
     /// Of the open deck.
     std::optional<QByteArray> m_identity;
-    /// Whether each of its keys is down, in the device's order.
-    QList<bool> m_lastStates;
+    std::optional<StreamDeckKeys> m_keys;
 
     mutable QMutex m_mutex;
     std::optional<Deck> m_deck;
@@ -165,9 +145,8 @@ void StreamDeckHID::Session::threadMain()
     m_manager->onMatch = [this](const HIDDeviceInfo& info) { deviceAttached(info); };
     m_manager->onRemoval = [this](const QByteArray& identity) { deviceRemoved(identity); };
     m_manager->onInputReport = [this](QByteArrayView report) {
-        const auto states = keyStates(report, deck()->model);
-        if (states)
-            parseKeys(*states);
+        for (const auto& [key, pressed] : m_keys->changes(report))
+            tell(onKeyChange, key, pressed);
     };
     if (const int error = m_manager->open(); error != 0) {
         logAccess(error, "the list of devices");
@@ -191,10 +170,10 @@ void StreamDeckHID::Session::deviceAttached(const HIDDeviceInfo& info)
         return;
     }
     const qint64 reportSize = opened.device->maxInputReportSize().value_or(defaultInputReportSize);
-    const int shortest = headerLength(*model) + model->keyCount + 4;
+    const int shortest = StreamDeckKeys::headerLength(*model) + model->keyCount + 4;
     m_manager->listen(opened.device, std::max<qint64>(reportSize, shortest));
     m_identity = info.identity;
-    m_lastStates = QList<bool>(model->keyCount, false);
+    m_keys.emplace(*model);
     {
         const QMutexLocker lock(&m_mutex);
         m_deck = Deck {opened.device, *model};
@@ -210,21 +189,11 @@ void StreamDeckHID::Session::deviceRemoved(const QByteArray& identity)
     tell(onDisconnect);
 }
 
-void StreamDeckHID::Session::parseKeys(QByteArrayView states)
-{
-    const StreamDeckModel model = deck()->model;
-    for (int key = 0; key < model.keyCount; ++key) {
-        const bool pressed = states[key] != 0;
-        if (std::exchange(m_lastStates[key], pressed) != pressed)
-            tell(onKeyChange, model.mirroredKey(key), pressed);
-    }
-}
-
 void StreamDeckHID::Session::teardownDevice()
 {
     m_manager->stopListening();
     m_identity.reset();
-    m_lastStates.clear();
+    m_keys.reset();
     // What is still to be written holds the device open until it has been written, so that no
     // descriptor is reused too early.
     const QMutexLocker lock(&m_mutex);

@@ -3,5 +3,5 @@
 #include <QByteArray>
 #include <QStringView>
 
-/// Appends a text as a JSON string, quotes included. Half of a surrogate pair becomes U+FFFD.
+/// Appends a text as a JSON string, quotes included. Half of a surrogate pair becomes "?".
 void appendJsonString(QByteArray& json, QStringView text);

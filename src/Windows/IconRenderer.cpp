@@ -30,15 +30,20 @@ double fontSizeFor(const TextLine& line, const QRectF& body)
     return size;
 }
 
-void paintBody(QPainter& painter, const QRectF& body)
+QPainterPath outline(const QRectF& body)
 {
     const double radius = radiusShare * body.width();
+    QPainterPath path;
+    path.addRoundedRect(body, radius, radius);
+    return path;
+}
+
+QLinearGradient fill(const QRectF& body)
+{
     QLinearGradient gradient(body.topLeft(), body.bottomLeft());
     gradient.setColorAt(0, QColor::fromRgbF(0.17F, 0.17F, 0.19F));
     gradient.setColorAt(1, Qt::black);
-    QPainterPath path;
-    path.addRoundedRect(body, radius, radius);
-    painter.fillPath(path, gradient);
+    return gradient;
 }
 
 void paintTime(QPainter& painter, const QString& time, const QRectF& body)
@@ -66,9 +71,8 @@ QImage IconRenderer::image(const QString& time, double size)
 
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    paintBody(painter, body);
-    // Nothing is drawn where the body is not, and its soft edge stays as soft as it is.
-    painter.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+    painter.fillPath(outline(body), fill(body));
+    painter.setClipPath(outline(body));
     paintTime(painter, time, body);
     return image;
 }

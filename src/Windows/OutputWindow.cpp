@@ -36,6 +36,8 @@ OutputWindow::OutputWindow(const ConnectedDisplay& display, std::unique_ptr<Outp
         flags |= Qt::BypassWindowManagerHint;
     m_view->setWindowFlags(flags);
     m_view->setAttribute(Qt::WA_ShowWithoutActivating);
+    // The live icon, a megabyte for every new time, is for the windows that a task bar shows.
+    m_view->setAttribute(Qt::WA_SetWindowIcon);
     // Nobody closes it but the router.
     m_view->setAttribute(Qt::WA_QuitOnClose, false);
     m_view->setWindowTitle(u"Tarrow — "_s + display.info.name);

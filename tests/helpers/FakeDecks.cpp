@@ -6,6 +6,7 @@
 #include <array>
 #include <map>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/hidraw.h>
@@ -191,6 +192,12 @@ QByteArray FakeDecks::takeReport(int number, qsizetype length)
     const QByteArray report = written.first(length);
     written.remove(0, length);
     return report;
+}
+
+QByteArray FakeDecks::takeAll(int number)
+{
+    const QMutexLocker lock(&m_testbed->mutex);
+    return std::exchange(m_testbed->decks[number].written, {});
 }
 
 QList<QByteArray> FakeDecks::featureReports(int number)

@@ -27,6 +27,8 @@ public:
     /// Waits for the next report of this length that a program writes to the deck, for ten seconds
     /// at most; nothing when none comes.
     [[nodiscard]] QByteArray takeReport(int number, qsizetype length);
+    /// All that programs have written to the deck and nobody has taken.
+    [[nodiscard]] QByteArray takeAll(int number);
     /// The feature reports that a program has sent, in order.
     [[nodiscard]] QList<QByteArray> featureReports(int number);
 

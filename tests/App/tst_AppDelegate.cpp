@@ -1,0 +1,100 @@
+#include "App/AppDelegate.h"
+#include "helpers/HTTPPeer.h"
+#include "helpers/MemoryPreferences.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// JSON with single quotes for double ones.
+QByteArray json(const char* text)
+{
+    return QByteArray(text).replace('\'', '"');
+}
+
+} // namespace
+
+class AppDelegateTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void tellsTheState()
+    {
+        MemoryPreferences preferences;
+        AppDelegate app(preferences);
+        QCOMPARE(app.makeStateJSON(),
+            json("{'time':'00:00','threshold':'normal','phase':'idle','message':'',"
+                 "'blackout':false,'strobe':false,'strobeCount':0,'loop':false,"
+                 "'textColor':'#FFFFFF','bgColor':'#000000'}"));
+
+        app.settings.redColor = RGBColor {.r = 1, .g = 0.69, .b = 0.5, .a = 0.1};
+        app.settings.backgroundColor = RGBColor {.r = 0.0019, .g = 0.002, .b = 0.6};
+        app.engine().setSeconds = 60;
+        app.engine().start(TimerEngine::RunOrigin::operatorRequest);
+        app.engine().loop = true;
+        app.engine().toggleBlackout();
+        app.engine().setMessage(u"\"é\\\n\u0001🎭"_s);
+        app.engine().strobe();
+        app.engine().togglePause();
+        QCOMPARE(app.makeStateJSON(),
+            json("{'time':'01:00','threshold':'red','phase':'paused',"
+                 "'message':'\\'é\\\\\\u000a\\u0001🎭','blackout':true,'strobe':true,"
+                 "'strobeCount':1,'loop':true,'textColor':'#FFB080','bgColor':'#000199'}"));
+
+        app.settings.useThresholdColors = false;
+        QVERIFY(app.makeStateJSON().contains("\"textColor\":\"#FFFFFF\""));
+    }
+
+    void tellsTheRunningOrder()
+    {
+        MemoryPreferences preferences;
+        AppDelegate app(preferences);
+        QCOMPARE(app.makeCuesJSON(), "[]");
+        app.cues().cues = {{QUuid::createUuid(), u"A \"b\""_s, 90},
+            {QUuid::createUuid(), u"<b>é"_s, 7200}, {QUuid::createUuid(), u""_s, -61}};
+        app.cues().select(1);
+        QCOMPARE(app.makeCuesJSON(),
+            json("[{'index':1,'title':'A \\'b\\'','duration':'01:30','current':false},"
+                 "{'index':2,'title':'<b>é','duration':'120:00','current':true},"
+                 "{'index':3,'title':'','duration':'01:01','current':false}]"));
+    }
+
+    /// The switch acts at once, on the port of the launch.
+    void switchesTheWebRemote()
+    {
+        WebRemoteServer probe(0);
+        probe.start();
+        const quint16 port = probe.boundPort();
+        probe.stop();
+        MemoryPreferences preferences;
+        AppDelegate app(preferences);
+        app.settings.udpPort = 0;
+        app.settings.webPort = port;
+        app.settings.autoCheckUpdates = false;
+        app.applicationDidFinishLaunching();
+        QCoreApplication::processEvents();
+        QVERIFY(!HTTPPeer(port).isConnected());
+
+        app.settings.webRemoteEnabled = true;
+        QTRY_VERIFY(HTTPPeer(port).isConnected());
+        HTTPPeer half(port);
+        half.send("GET /cmd?c=GO%205 HTTP/1.1\r\n");
+        QCoreApplication::processEvents();
+        app.settings.webRemoteEnabled = false;
+        app.settings.webPort = 1;
+        QTRY_VERIFY(!HTTPPeer(port).isConnected());
+        half.send("\r\n");
+        QTRY_VERIFY(half.receiveAll());
+        QVERIFY(half.received().endsWith("\r\n\r\n" + json("{'ok':true}")));
+        QCOMPARE(app.engine().snapshot.value().timeText, u"05:00"_s);
+
+        app.settings.webRemoteEnabled = true;
+        QTRY_VERIFY(HTTPPeer(port).isConnected());
+        app.applicationWillTerminate();
+    }
+};
+
+QTEST_MAIN(AppDelegateTest)
+#include "tst_AppDelegate.moc"
