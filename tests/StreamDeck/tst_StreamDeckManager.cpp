@@ -354,7 +354,7 @@ void StreamDeckManagerTest::switchesOffWithoutAWord()
 void StreamDeckManagerTest::rescanSwitchesOn()
 {
     Rig rig(Stored {});
-    rig.fake.attached = {{"one", "/dev/one", xl}};
+    rig.fake.setAttached({{"one", "/dev/one", xl}});
     rig.manager->rescan();
     QVERIFY(rig.manager->enabled);
     QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"true"_s);
