@@ -84,8 +84,7 @@ FakeDecks::FakeDecks()
 FakeDecks::~FakeDecks()
 {
     for (auto& [number, deck] : m_testbed->decks) {
-        deck.reader.request_stop();
-        deck.reader.join();
+        hang(number);
         close(deck.keptOpen);
         g_object_unref(deck.features);
     }
@@ -170,6 +169,14 @@ void FakeDecks::unplug(int number)
 {
     const QByteArray path = m_testbed->decks[number].path;
     umockdev_testbed_uevent(m_testbed->testbed, path.constData(), "remove");
+}
+
+void FakeDecks::hang(int number)
+{
+    std::jthread& reader = m_testbed->decks[number].reader;
+    reader.request_stop();
+    if (reader.joinable())
+        reader.join();
 }
 
 void FakeDecks::sendReport(int number, const QByteArray& report)

@@ -21,6 +21,8 @@ public:
     /// Plugs a deck in, and tells udev's listeners. `number` is its node's, and must be new.
     void plug(int number, int productID);
     void unplug(int number);
+    /// The deck takes nothing any more of what is written to it.
+    void hang(int number);
 
     /// The deck sends an input report.
     void sendReport(int number, const QByteArray& report);
