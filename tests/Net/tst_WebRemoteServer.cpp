@@ -2,7 +2,7 @@
 
 #include "helpers/HTTPPeer.h"
 
-#include <QAbstractEventDispatcher>
+#include <QEventLoop>
 #include <QDir>
 #include <QTest>
 
@@ -272,7 +272,7 @@ private Q_SLOTS:
         none.rlim_cur = static_cast<rlim_t>(lowestFree);
         setrlimit(RLIMIT_NOFILE, &none);
         int turns = 0;
-        while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents))
+        while (QEventLoop().processEvents(QEventLoop::AllEvents))
             QVERIFY(++turns < 1000);
         setrlimit(RLIMIT_NOFILE, &before);
         for (const auto& peer : peers) {
@@ -298,7 +298,7 @@ private Q_SLOTS:
             crowd.push_back(remote.peer());
         const auto late = remote.peer();
         late->send("GET /state\r\n\r\n");
-        while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents)) { }
+        while (QEventLoop().processEvents(QEventLoop::AllEvents)) { }
         QVERIFY(!late->receiveAll());
         crowd.pop_back();
         crowd.erase(crowd.begin());
