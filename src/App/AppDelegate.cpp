@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QIcon>
 #include <QPixmap>
-#include <QWindow>
 
 #include <algorithm>
 #include <limits>
@@ -206,15 +205,9 @@ void AppDelegate::takeSleepAssertion()
         [this](quint32 identifier) { m_sleepAssertionID = identifier; });
 }
 
-/// Takes the focus from other applications, with a window that wants it.
 void AppDelegate::activateApplication()
 {
-    const QWindowList windows = QGuiApplication::topLevelWindows();
-    const auto window = std::ranges::find_if(windows, [](const QWindow* candidate) {
-        return candidate->isVisible() && !candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus);
-    });
-    if (window != windows.end())
-        (*window)->requestActivate();
+    m_controlWindow->window().activateWindow();
 }
 
 void AppDelegate::checkForUpdatesInBackground()

@@ -2,6 +2,7 @@
 
 #include "Help/HelpPage.h"
 #include "Support/Fonts.h"
+#include "Support/MainScreen.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -11,7 +12,6 @@
 #include <QTextBrowser>
 #include <QTextDocument>
 #include <QTextFrame>
-#include <QWindow>
 
 #include <functional>
 
@@ -92,11 +92,15 @@ private:
     Appearance m_appearance;
 };
 
-/// The screen where the operator works.
-const QScreen* mainScreen()
+/// In the middle of the screen, and no larger than it.
+QRect frameOf(const QSize& size)
 {
-    const QWindow* focused = QGuiApplication::focusWindow();
-    return focused ? focused->screen() : QGuiApplication::primaryScreen();
+    const QScreen* screen = mainScreen();
+    if (!screen)
+        return {{}, size};
+    QRect frame({}, size.boundedTo(screen->availableSize()));
+    frame.moveCenter(screen->availableGeometry().center());
+    return frame;
 }
 
 } // namespace
@@ -113,10 +117,7 @@ void HelpWindowController::openHelp()
     if (!m_window) {
         auto view = std::make_unique<HelpView>();
         view->willClose = [this] { windowWillClose(); };
-        const QRect area = mainScreen()->availableGeometry();
-        QRect frame({}, storedSize().boundedTo(area.size()));
-        frame.moveCenter(area.center());
-        view->setGeometry(frame);
+        view->setGeometry(frameOf(storedSize()));
         m_window = std::move(view);
     }
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);

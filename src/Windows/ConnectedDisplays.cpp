@@ -1,6 +1,6 @@
 #include "Windows/ConnectedDisplays.h"
 
-#include "Windows/WindowPlacement.h"
+#include "Support/MainScreen.h"
 
 #include <QGuiApplication>
 #include <QHash>

@@ -1,5 +1,6 @@
 #include "Windows/ControlWindowController.h"
 
+#include "Support/MainScreen.h"
 #include "Windows/WindowPlacement.h"
 
 #include <QApplication>

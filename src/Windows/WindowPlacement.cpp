@@ -1,8 +1,6 @@
 #include "Windows/WindowPlacement.h"
 
 #include <QGuiApplication>
-#include <QScreen>
-#include <QWindow>
 
 #include <algorithm>
 
@@ -17,12 +15,6 @@ constexpr int dockGap = 8;
 bool windowsAreOursToPlace()
 {
     return !QGuiApplication::platformName().startsWith(u"wayland"_s);
-}
-
-QScreen* mainScreen()
-{
-    const QWindow* focused = QGuiApplication::focusWindow();
-    return focused ? focused->screen() : QGuiApplication::primaryScreen();
 }
 
 QRect dockedFrame(const QRect& visibleArea, const QSize& frameSize)

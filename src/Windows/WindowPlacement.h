@@ -2,13 +2,8 @@
 
 #include <QRect>
 
-class QScreen;
-
 /// Whether a program can place its windows; on Wayland it cannot.
 [[nodiscard]] bool windowsAreOursToPlace();
-
-/// The screen of the window that has the focus, otherwise the primary one; null without a screen.
-[[nodiscard]] QScreen* mainScreen();
 
 // Where the console's frame lies on the visible area of a screen. All in points.
 

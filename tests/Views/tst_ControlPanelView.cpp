@@ -525,7 +525,7 @@ void ControlPanelViewTest::isWalkedWithTab()
                        "Set 30 minutes|Set 60 minutes|Subtract a minute|Add a minute|"
                        "Message to display|Show|Clear|Blackout|Attention|Loop|Overtime|"
                        "Text*|Background*|Warning colours|Amber*|Red*|Amber at|Red at|"
-                       "Display 1 — 1440×900|NDI output|Web remote|Running order|Cue title|Min|"
+                       "Display 1 — 1440×900|NDI output|Web remote|Running order|Cue title|Minutes|"
                        "Add|Prev|Next|Follow|Save…|Import…|Clear All|Stream Deck control|Rescan|"
                        "Brightness|Keep console on top|Finish buzzer|Timer|Hide settings|Minutes"_s;
     expected.replace(QRegularExpression(u"(\\w+)\\*"_s),

@@ -30,7 +30,9 @@ private Q_SLOTS:
     void staysOnTheScreen();
     void staysAboveOtherWindowsOnRequest();
     void runsAShowByKeyboard();
+    void opensTheHelpByItsKeys();
     void endsTheProgramWhenClosed();
+    void endsTheProgramByItsKeys();
 
 private:
     // NOLINTNEXTLINE(modernize-use-nodiscard): most are run for what they do.
@@ -171,9 +173,28 @@ void ConsoleTest::runsAShowByKeyboard()
     QTRY_COMPARE(state()[u"phase"].toString(), u"clock"_s);
 }
 
+void ConsoleTest::opensTheHelpByItsKeys()
+{
+    press(u"ctrl+question"_s);
+    QTRY_COMPARE(run(u"xdotool getwindowfocus getwindowname"_s), u"Tarrow Help"_s);
+    // The menu's keys work here, too.
+    press(u"ctrl+m"_s);
+    QTRY_VERIFY(run(u"xdotool search --onlyvisible --name ^Tarrow.Help$"_s).isEmpty());
+}
+
 void ConsoleTest::endsTheProgramWhenClosed()
 {
     run(u"wmctrl -i -c "_s + m_window);
+    QVERIFY(m_program->waitForEnd());
+    QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
+    QCOMPARE(m_program->process().exitCode(), 0);
+}
+
+void ConsoleTest::endsTheProgramByItsKeys()
+{
+    press(u"ctrl+question"_s);
+    QTRY_COMPARE(run(u"xdotool getwindowfocus getwindowname"_s), u"Tarrow Help"_s);
+    press(u"ctrl+q"_s);
     QVERIFY(m_program->waitForEnd());
     QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
     QCOMPARE(m_program->process().exitCode(), 0);

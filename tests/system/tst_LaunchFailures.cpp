@@ -1,5 +1,6 @@
 #include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
+#include "helpers/XServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -101,6 +102,7 @@ private Q_SLOTS:
     void runsTheTimer_data();
     void runsTheTimer();
     void runsTheTimerWithoutTheWebPort();
+    void runsTheTimerWithoutADisplay();
     void startsWithoutReadablePreferences_data();
     void startsWithoutReadablePreferences();
 };
@@ -148,6 +150,24 @@ void LaunchFailuresTest::runsTheTimerWithoutTheWebPort()
     QVERIFY(program.waitForLog("Web remote: cannot bind port"));
     program.send("GO 5");
     QVERIFY(program.waitForLog("command go"));
+}
+
+/// The server is there, but nothing is plugged in; and then something is.
+void LaunchFailuresTest::runsTheTimerWithoutADisplay()
+{
+    XServer server;
+    QVERIFY(server.isRunning());
+    server.unplug(u"DUMMY0"_s);
+    RunningProgram program;
+    program.environment().insert(u"DISPLAY"_s, server.name());
+    program.environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    QVERIFY2(program.start(), program.log().constData());
+    program.send("GO 5");
+    QVERIFY(program.waitForLog("command go"));
+    server.plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
+    QTRY_VERIFY(server.windowInfo(u"Tarrow"_s).contains(u"IsViewable"_s));
+    program.send("STOPTIME");
+    QVERIFY(program.waitForLog("command stop"));
 }
 
 void LaunchFailuresTest::startsWithoutReadablePreferences_data()
