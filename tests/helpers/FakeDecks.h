@@ -1,13 +1,9 @@
 #pragma once
 
 #include <QByteArray>
-#include <QHash>
 #include <QList>
-#include <QMutex>
 
-#include <functional>
 #include <memory>
-#include <optional>
 
 /// Stream Decks that do not exist, on the real udev and hidraw interfaces. For tests that run
 /// under umockdev-wrapper; the programs they start see the decks, too. Made before these programs.
