@@ -336,6 +336,8 @@ void StreamDeckHID::stop()
     // The system holds it up; it ends by itself when it is let go.
     QThread* thread = m_thread.release();
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    if (thread->isFinished())
+        thread->deleteLater();
 }
 
 void StreamDeckHID::rescan()

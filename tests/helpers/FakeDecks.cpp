@@ -199,7 +199,7 @@ QByteArray FakeDecks::takeReport(int number, qsizetype length)
     QByteArray& written = m_testbed->decks[number].written;
     if (!m_testbed->changed.wait_for(lock, patience, [&] { return written.size() >= length; }))
         return {};
-    const QByteArray report = written.first(length);
+    QByteArray report = written.first(length);
     written.remove(0, length);
     return report;
 }
