@@ -24,9 +24,9 @@ and scripts drive it with one-line commands by UDP.
 .
 An NDI source of the same picture needs the NDI runtime, which Debian does not
 have.")
-# Wayland is a plug-in of Qt, which no library's dependencies name.
+# A plug-in of Qt and a command, which no library's dependencies name.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, xdg-utils")
 # The NDI runtime loads it.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libavahi-client3")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA

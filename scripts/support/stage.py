@@ -21,11 +21,12 @@ SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 
 
 class Program:
-    """The program, its log in a file. `cues` are pairs of title and seconds, `changes` are settings
-    other than SETTINGS."""
+    """The program, its log in a file. `output` is a file for its standard output, `cues` are pairs
+    of title and seconds, `changes` are settings other than SETTINGS."""
 
-    def __init__(self, display=None, executable=PROGRAM, cues=(), **changes):
+    def __init__(self, display=None, executable=PROGRAM, output=None, cues=(), **changes):
         self.executable = executable
+        self.output = output
         self.home = tempfile.TemporaryDirectory()
         self.store({
             "TarrowSettings.v1": SETTINGS | changes,
@@ -53,7 +54,8 @@ class Program:
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
-        self.process = subprocess.Popen([self.executable], env=self.environment, stderr=self.log)
+        self.process = subprocess.Popen([self.executable], env=self.environment,
+                                        stdout=self.output, stderr=self.log)
         self.port = int(self.wait_for_log(LISTENING)[1])
         return self
 
@@ -61,6 +63,7 @@ class Program:
         self.process.kill()
         self.process.wait()
         self.log.close()
+        self.home.cleanup()
 
     def send(self, *commands):
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:

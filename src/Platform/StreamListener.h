@@ -60,20 +60,21 @@ private:
         /// What has come in, then what goes out.
         QByteArray bytes = {};
         qsizetype sent = 0;
-        bool waitsForRoom = false;
+        quint32 watchedFor = 0;
         /// Bytes that came after the answer.
         qsizetype dropped = 0;
         bool hasSeenASweep = false;
     };
-    enum class Accepted { connection, nothing, neverAgain };
 
+    [[nodiscard]] bool watchListener();
+    void closeListener();
     void handleEvents();
     void handleEvent(int descriptor);
     void acceptSome();
-    [[nodiscard]] Accepted acceptOne();
+    void handleAcceptError(int error);
     void pauseAccepting();
     void resumeAccepting();
-    void fail(const QString& error);
+    void watchFor(quint32 what, int descriptor, Connection& connection);
     void receive(int descriptor, Connection& connection);
     void send(int descriptor, Connection& connection);
     void linger(int descriptor, Connection& connection);
@@ -86,7 +87,7 @@ private:
     bool m_isPaused = false;
     size_t m_connectionLimit = 0;
     /// Watches the listener and all connections; one descriptor for the event loop.
-    int m_events;
+    int m_events = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unordered_map<int, Connection> m_connections;
     std::vector<char> m_received;

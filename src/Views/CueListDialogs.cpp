@@ -10,6 +10,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+constexpr QStringView cueFileType = u"Running orders (*.trcue)";
+/// Also those that are only read.
+constexpr QStringView readableFileTypes = u"Running orders (*.trcue *.tarrowcues)";
+
 /// A hundred thousand cues. Reading something much larger would hold up the show.
 constexpr qint64 mostBytes = 16 << 20;
 
@@ -48,7 +52,7 @@ QFileDialog* makePanel(QWidget* parent, const QString& title, QFileDialog::Accep
 void CueListDialogs::saveCues(CueController& cues, QWidget* parent)
 {
     QFileDialog* panel = makePanel(parent, u"Save Running Order"_s, QFileDialog::AcceptSave);
-    panel->setNameFilter(u"Running orders (*.trcue)"_s);
+    panel->setNameFilter(cueFileType.toString());
     panel->setDefaultSuffix(u"trcue"_s);
     panel->selectFile(u"Running Order.trcue"_s);
     QObject::connect(panel, &QFileDialog::fileSelected, parent,
@@ -60,7 +64,7 @@ void CueListDialogs::importCues(CueController& cues, QWidget* parent)
 {
     QFileDialog* panel = makePanel(parent, u"Import Running Order"_s, QFileDialog::AcceptOpen);
     panel->setFileMode(QFileDialog::ExistingFile);
-    panel->setNameFilter(u"Running orders (*.trcue *.tarrowcues)"_s);
+    panel->setNameFilter(readableFileTypes.toString());
     QObject::connect(panel, &QFileDialog::fileSelected, parent, [&cues](const QString& path) {
         if (const auto bytes = readFile(path))
             cues.replaceCues(*bytes);

@@ -70,6 +70,7 @@ QLayout* CueListView::makeAddRow()
     QHBoxLayout* row = makeRow();
     m_newTitle = new EntryField(u"Cue title"_s);
     m_newMinutes = new EntryField(u"Min"_s);
+    m_newMinutes->setAccessibleName(u"Minutes"_s);
     m_newMinutes->setFixedWidth(minutesWidth);
     row->addWidget(m_newTitle, 1);
     row->addWidget(m_newMinutes);

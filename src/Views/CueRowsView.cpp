@@ -1,11 +1,9 @@
 #include "Views/CueRowsView.h"
 
-#include "Model/TimeText.h"
-#include "Support/CheckedConversions.h"
-#include "Support/Symbols.h"
-#include "Support/TextLine.h"
 #include "Views/Components/ConsoleStyle.h"
+#include "Views/CueRowsAccessible.h"
 
+#include <QAccessible>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPaintEvent>
@@ -14,62 +12,14 @@
 #include <QToolTip>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-using Action = CueRowsView::Action;
-
-struct ButtonLook {
-    QStringView symbol;
-    QStringView name;
-};
-
-/// In the order of Action, which is that of the buttons from left to right.
-constexpr std::array<ButtonLook, CueRowsView::actionCount> buttonLooks {{
-    {u"play.fill", u"Load and start this cue"},
-    {u"chevron.up", u"Move up"},
-    {u"chevron.down", u"Move down"},
-    {u"xmark", u"Delete"},
-}};
-
 constexpr int mostHeight = 168;
 constexpr int rowSpacing = 2;
-constexpr int rowPadding = 1;
-constexpr int leastLineHeight = 20;
-constexpr int sideMargin = 4;
-constexpr int indicatorSize = 15;
-constexpr int indicatorGap = 6;
-constexpr int titleGap = 8;
-constexpr int buttonWidth = 22;
-constexpr int buttonSymbolSize = 11;
-constexpr double cornerRadius = 4;
-
-/// No row shows more of a title, and laying out a long one would take long.
-constexpr qsizetype longestTitle = 300;
-
-QString durationText(const Cue& cue)
-{
-    return minutesAndSeconds(magnitude(cue.seconds));
-}
-
-TextLine durationLine(const Cue& cue, const QFont& font)
-{
-    return {durationText(cue), font, TextLine::Digits::equalCells};
-}
-
-TextLine titleLine(const Cue& cue, const QFont& font)
-{
-    return {cue.title.first(std::min(cue.title.size(), longestTitle)), font};
-}
-
-void drawInMiddle(QPainter& painter, const TextLine& line, double left, const QRect& row)
-{
-    line.draw(painter, {left, row.top() + (row.height() - line.height()) / 2});
-}
 
 } // namespace
 
@@ -84,6 +34,7 @@ CueRowsView::CueRowsView(CueController& cues, QWidget* parent)
             bringIntoView(*m_shown.currentIndex);
     }))
 {
+    makeCueRowsAccessible();
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::TabFocus);
@@ -93,47 +44,42 @@ CueRowsView::CueRowsView(CueController& cues, QWidget* parent)
     viewport()->setMouseTracking(true);
 }
 
-QString CueRowsView::actionName(Action action)
+std::optional<CueRow> CueRowsView::Content::row(qsizetype index) const
 {
-    return buttonLooks[static_cast<size_t>(action)].name.toString();
-}
-
-QString CueRowsView::description(qsizetype row) const
-{
-    const Cue& cue = m_shown.cues[row];
-    const QString text = u"%1, %2"_s.arg(cue.title, durationText(cue));
-    return row == m_shown.currentIndex ? text + u", current cue"_s : text;
-}
-
-bool CueRowsView::Content::looksTheSame(const Content& other, qsizetype row) const
-{
-    if (row >= cues.size() || row >= other.cues.size())
-        return row >= cues.size() && row >= other.cues.size();
-    const auto isLast = [row](const Content& content) { return row + 1 == content.cues.size(); };
-    return cues[row] == other.cues[row] && isLast(*this) == isLast(other)
-        && (currentIndex == row) == (other.currentIndex == row);
+    if (index < 0 || index >= cues.size())
+        return std::nullopt;
+    return CueRow {.cue = cues[index],
+        .isCurrent = currentIndex == index,
+        .isFirst = index == 0,
+        .isLast = index + 1 == cues.size()};
 }
 
 void CueRowsView::followCues()
 {
     const Content before = std::exchange(
         m_shown, Content {.cues = m_cues.cues, .currentIndex = m_cues.currentIndex()});
-    // A press that began on one cue must not end on another.
-    if (m_pressed
-        && (m_pressed->row >= rowCount()
-            || m_shown.cues[m_pressed->row].id != before.cues[m_pressed->row].id))
-        m_pressed.reset();
+    forgetPressOnAnotherCue(before.cues);
     keepFocusWithItsCue(before.cues);
-    const qsizetype last = std::max(rowCount(), before.cues.size()) - 1;
-    for (qsizetype row = rowAt(0); row <= std::min(rowAt(viewport()->height() - 1), last); ++row) {
-        if (!m_shown.looksTheSame(before, row))
-            updateRow(row);
+    const qsizetype last = rowAt(viewport()->height() - 1);
+    for (qsizetype index = rowAt(0); index <= last; ++index) {
+        if (row(index) != before.row(index))
+            updateRow(index);
     }
     if (rowCount() != before.cues.size()) {
         updateScrollBar();
         updateGeometry();
     }
     point(m_pointer);
+}
+
+/// A press that began on one cue must not end on another.
+void CueRowsView::forgetPressOnAnotherCue(const QList<Cue>& before)
+{
+    if (!m_pressed)
+        return;
+    const qsizetype index = m_pressed->row;
+    if (index >= rowCount() || m_shown.cues[index].id != before[index].id)
+        m_pressed.reset();
 }
 
 void CueRowsView::keepFocusWithItsCue(const QList<Cue>& before)
@@ -153,40 +99,28 @@ void CueRowsView::keepFocusWithItsCue(const QList<Cue>& before)
     updateRow(m_focus.row);
 }
 
-bool CueRowsView::isEnabled(qsizetype row, Action action) const
+void CueRowsView::perform(qsizetype index, Action action)
 {
-    if (row < 0 || row >= rowCount())
-        return false;
-    return (action != Action::moveUp || row > 0)
-        && (action != Action::moveDown || row + 1 < rowCount());
-}
-
-void CueRowsView::perform(qsizetype row, Action action)
-{
-    if (!isEnabled(row, action))
+    const std::optional<CueRow> target = row(index);
+    if (!target || !target->isEnabled(action))
         return;
     switch (action) {
     case Action::start:
-        return m_cues.load(row);
+        return m_cues.load(index);
     case Action::moveUp:
-        return m_cues.move(row, -1);
+        return m_cues.move(index, -1);
     case Action::moveDown:
-        return m_cues.move(row, 1);
+        return m_cues.move(index, 1);
     case Action::remove:
-        return m_cues.remove(row);
+        return m_cues.remove(index);
     }
 }
 
 // Geometry
 
-int CueRowsView::rowHeight() const
-{
-    return std::max(leastLineHeight, fontMetrics().height()) + 2 * rowPadding;
-}
-
 int CueRowsView::rowPitch() const
 {
-    return rowHeight() + rowSpacing;
+    return CueRowPicture::height(font()) + rowSpacing;
 }
 
 int CueRowsView::contentHeight() const
@@ -204,42 +138,31 @@ qsizetype CueRowsView::rowAt(int y) const
     return (y + verticalScrollBar()->value()) / rowPitch();
 }
 
-QRect CueRowsView::rowRect(qsizetype row) const
+QRect CueRowsView::rowRect(qsizetype index) const
 {
-    const int top = static_cast<int>(row) * rowPitch() - verticalScrollBar()->value();
-    return {0, top, viewport()->width(), rowHeight()};
+    const int top = static_cast<int>(index) * rowPitch() - verticalScrollBar()->value();
+    return {0, top, viewport()->width(), CueRowPicture::height(font())};
 }
 
-QRect CueRowsView::buttonRect(qsizetype row, Action action) const
+QRect CueRowsView::buttonRect(qsizetype index, Action action) const
 {
-    const QRect line = rowRect(row);
-    const int behind = actionCount - static_cast<int>(action);
-    return {line.right() + 1 - behind * buttonWidth, line.top(), buttonWidth, line.height()};
-}
-
-QRect CueRowsView::titleRect(qsizetype row) const
-{
-    const double duration = durationLine(m_shown.cues[row], font()).width();
-    QRect rect = rowRect(row);
-    rect.setLeft(sideMargin + indicatorSize + indicatorGap);
-    rect.setRight(buttonRect(row, Action::start).left() - sideMargin - qCeil(duration) - titleGap);
-    return rect;
+    return CueRowPicture::button(rowRect(index), action);
 }
 
 std::optional<CueRowsView::Target> CueRowsView::targetAt(const QPoint& point) const
 {
-    const qsizetype row = rowAt(point.y());
-    for (int action = 0; action < actionCount; ++action) {
-        const Target target {row, static_cast<Action>(action)};
-        if (isEnabled(row, target.action) && buttonRect(row, target.action).contains(point))
-            return target;
+    const qsizetype index = rowAt(point.y());
+    const std::optional<CueRow> target = row(index);
+    for (const Action action : allCueRowActions) {
+        if (target && target->isEnabled(action) && buttonRect(index, action).contains(point))
+            return Target {index, action};
     }
     return std::nullopt;
 }
 
-void CueRowsView::updateRow(qsizetype row)
+void CueRowsView::updateRow(qsizetype index)
 {
-    viewport()->update(rowRect(row));
+    viewport()->update(rowRect(index));
 }
 
 void CueRowsView::updateScrollBar()
@@ -250,9 +173,9 @@ void CueRowsView::updateScrollBar()
     verticalScrollBar()->setRange(0, std::max(0, contentHeight() - height));
 }
 
-void CueRowsView::bringIntoView(qsizetype row)
+void CueRowsView::bringIntoView(qsizetype index)
 {
-    const QRect line = rowRect(row);
+    const QRect line = rowRect(index);
     QScrollBar& bar = *verticalScrollBar();
     if (line.top() < 0)
         bar.setValue(bar.value() + line.top());
@@ -296,6 +219,7 @@ void CueRowsView::focusInEvent(QFocusEvent* event)
     if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason)
         bringIntoView(m_focus.row);
     updateRow(m_focus.row);
+    tellFocus();
 }
 
 void CueRowsView::focusOutEvent(QFocusEvent* event)
@@ -309,57 +233,70 @@ void CueRowsView::moveFocus(const Target& target)
     updateRow(m_focus.row);
     m_focus = target;
     updateRow(m_focus.row);
+    tellFocus();
 }
 
-bool CueRowsView::walk(int key)
+void CueRowsView::tellFocus()
+{
+    if (!hasFocus() || rowCount() == 0)
+        return;
+    QAccessibleEvent event(this, QAccessible::Focus);
+    event.setChild(static_cast<int>(m_focus.row));
+    QAccessible::updateAccessibility(&event);
+}
+
+std::optional<CueRowsView::Target> CueRowsView::targetAfter(int key) const
 {
     const qsizetype page = std::max(1, viewport()->height() / rowPitch());
     const qsizetype last = std::max<qsizetype>(0, rowCount() - 1);
-    const auto toRow = [&](qsizetype row) {
-        moveFocus({std::clamp<qsizetype>(row, 0, last), m_focus.action});
-        bringIntoView(m_focus.row);
-    };
-    const auto toButton = [&](int offset) {
-        const int action = static_cast<int>(m_focus.action) + offset;
-        moveFocus({m_focus.row, static_cast<Action>(std::clamp(action, 0, actionCount - 1))});
-    };
+    qsizetype index = m_focus.row;
+    int action = static_cast<int>(m_focus.action);
     switch (key) {
     case Qt::Key_Up:
-        return toRow(m_focus.row - 1), true;
+        index -= 1;
+        break;
     case Qt::Key_Down:
-        return toRow(m_focus.row + 1), true;
+        index += 1;
+        break;
     case Qt::Key_PageUp:
-        return toRow(m_focus.row - page), true;
+        index -= page;
+        break;
     case Qt::Key_PageDown:
-        return toRow(m_focus.row + page), true;
+        index += page;
+        break;
     case Qt::Key_Home:
-        return toRow(0), true;
+        index = 0;
+        break;
     case Qt::Key_End:
-        return toRow(last), true;
+        index = last;
+        break;
     case Qt::Key_Left:
-        return toButton(-1), true;
+        action -= 1;
+        break;
     case Qt::Key_Right:
-        return toButton(1), true;
+        action += 1;
+        break;
     default:
-        return false;
+        return std::nullopt;
     }
-}
-
-void CueRowsView::press()
-{
-    perform(m_focus.row, m_focus.action);
-    bringIntoView(m_focus.row);
+    const int lastAction = static_cast<int>(allCueRowActions.size()) - 1;
+    return Target {std::clamp<qsizetype>(index, 0, last),
+        static_cast<Action>(std::clamp(action, 0, lastAction))};
 }
 
 void CueRowsView::keyPressEvent(QKeyEvent* event)
 {
-    if ((event->modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier)
-        return event->ignore();
+    const bool isPlain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    const std::optional<Target> target = targetAfter(event->key());
     // A key that is held down must not remove one cue after the other.
-    if (event->key() == Qt::Key_Space && !event->isAutoRepeat())
-        return press();
-    if (event->key() != Qt::Key_Space && !walk(event->key()))
-        event->ignore();
+    const bool isPress = event->key() == Qt::Key_Space && !event->isAutoRepeat();
+    if (!isPlain || (!target && !isPress))
+        return event->ignore();
+    if (target)
+        moveFocus(*target);
+    else
+        perform(m_focus.row, m_focus.action);
+    bringIntoView(m_focus.row);
 }
 
 // Mouse
@@ -378,11 +315,13 @@ void CueRowsView::point(const std::optional<QPoint>& place)
 
 void CueRowsView::mousePressEvent(QMouseEvent* event)
 {
-    const qsizetype row = rowAt(event->position().toPoint().y());
-    if (event->button() != Qt::LeftButton || row >= rowCount())
+    const QPoint place = event->position().toPoint();
+    const qsizetype index = rowAt(place.y());
+    if (event->button() != Qt::LeftButton || index >= rowCount())
         return event->ignore();
-    m_pressed = targetAt(event->position().toPoint());
-    moveFocus(m_pressed.value_or(Target {row, m_focus.action}));
+    m_pressed = targetAt(place);
+    moveFocus(m_pressed.value_or(Target {index, m_focus.action}));
+    updateRow(index);
 }
 
 /// The second of two quick clicks is a click like the first.
@@ -410,14 +349,16 @@ void CueRowsView::mouseReleaseEvent(QMouseEvent* event)
 
 QString CueRowsView::toolTipAt(const QPoint& point) const
 {
-    if (m_hovered == targetAt(point) && m_hovered && m_hovered->action == Action::start)
+    const std::optional<Target> target = targetAt(point);
+    if (target && target->action == Action::start)
         return actionName(Action::start);
-    const qsizetype row = rowAt(point.y());
-    if (row >= rowCount() || !titleRect(row).contains(point))
+    const qsizetype index = rowAt(point.y());
+    const std::optional<CueRow> pointed = row(index);
+    const CueRowPicture picture(font(), palette());
+    if (!pointed || !picture.title(rowRect(index), *pointed).contains(point))
         return {};
-    const bool isCut =
-        titleLine(m_shown.cues[row], titleFont(row)).width() > titleRect(row).width();
-    return isCut ? m_shown.cues[row].title.toHtmlEscaped() : QString();
+    return picture.isTitleCut(rowRect(index), *pointed) ? pointed->cue.title.toHtmlEscaped()
+                                                        : QString();
 }
 
 bool CueRowsView::viewportEvent(QEvent* event)
@@ -434,75 +375,25 @@ bool CueRowsView::viewportEvent(QEvent* event)
 
 // Picture
 
-QFont CueRowsView::titleFont(qsizetype row) const
+std::optional<CueRowAction> CueRowsView::actionOn(
+    qsizetype index, const std::optional<Target>& target) const
 {
-    QFont result = font();
-    result.setWeight(row == m_shown.currentIndex ? QFont::DemiBold : QFont::Normal);
-    return result;
+    return target && target->row == index ? std::optional(target->action) : std::nullopt;
 }
 
 void CueRowsView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(viewport());
     painter.setRenderHint(QPainter::Antialiasing);
+    const CueRowPicture picture(font(), palette());
+    const std::optional<Target> focused = showsFocus(*this) ? std::optional(m_focus) : std::nullopt;
     const qsizetype last = std::min(rowAt(event->rect().bottom()), rowCount() - 1);
-    for (qsizetype row = rowAt(event->rect().top()); row <= last; ++row) {
-        if (event->region().intersects(rowRect(row)))
-            paintRow(painter, row);
+    for (qsizetype index = rowAt(event->rect().top()); index <= last; ++index) {
+        if (!event->region().intersects(rowRect(index)))
+            continue;
+        picture.paint(painter, rowRect(index), *row(index),
+            {.focused = actionOn(index, focused),
+                .hovered = actionOn(index, m_hovered),
+                .pressed = actionOn(index, m_pressed)});
     }
-}
-
-void CueRowsView::paintRow(QPainter& painter, qsizetype row) const
-{
-    if (row == m_focus.row && showsFocus(*this)) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(withOpacity(accentColor(palette()), 0.18));
-        painter.drawRoundedRect(rowRect(row), cornerRadius, cornerRadius);
-    }
-    paintTexts(painter, row);
-    for (int action = 0; action < actionCount; ++action)
-        paintButton(painter, {row, static_cast<Action>(action)});
-}
-
-void CueRowsView::paintTexts(QPainter& painter, qsizetype row) const
-{
-    const bool isCurrent = row == m_shown.currentIndex;
-    const QColor secondary = secondaryColor(palette());
-    const QRect line = rowRect(row);
-    QRect indicator(sideMargin, 0, indicatorSize, indicatorSize);
-    indicator.moveTop(line.top() + (line.height() - indicatorSize) / 2);
-    paintSymbol(painter, isCurrent ? u"play.circle.fill"_s : u"circle"_s, indicator,
-        isCurrent ? accentColor(palette()) : secondary);
-
-    const Cue& cue = m_shown.cues[row];
-    const QRect title = titleRect(row);
-    painter.setPen(palette().color(QPalette::WindowText));
-    drawInMiddle(painter, titleLine(cue, titleFont(row)).elided(title.width()), title.left(), line);
-    painter.setPen(secondary);
-    const TextLine duration = durationLine(cue, font());
-    const double end = buttonRect(row, Action::start).left() - sideMargin;
-    drawInMiddle(painter, duration, end - duration.width(), line);
-}
-
-void CueRowsView::paintButton(QPainter& painter, const Target& target) const
-{
-    const QRect box = buttonRect(target.row, target.action);
-    const bool isPressed = m_pressed == target && m_hovered == target;
-    if (m_hovered == target && (!m_pressed || isPressed)) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(withOpacity(secondaryColor(palette()), isPressed ? 0.45 : 0.25));
-        painter.drawRoundedRect(box, cornerRadius, cornerRadius);
-    }
-    const bool isFocused = target == m_focus && showsFocus(*this);
-    QColor tint = palette().color(QPalette::WindowText);
-    if (!isEnabled(target.row, target.action))
-        tint = withOpacity(secondaryColor(palette()), 0.35);
-    else if (target.action == Action::remove && (isFocused || m_hovered == target))
-        tint = destructiveColor(palette());
-    QRectF symbol(0, 0, buttonSymbolSize, buttonSymbolSize);
-    symbol.moveCenter(QRectF(box).center());
-    paintSymbol(
-        painter, buttonLooks[static_cast<size_t>(target.action)].symbol.toString(), symbol, tint);
-    if (isFocused)
-        drawFocusRing(painter, box, cornerRadius, palette());
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Model/CueList.h"
+#include "Views/CueRowPicture.h"
 
 #include <QAbstractScrollArea>
 #include <QProperty>
@@ -17,26 +17,25 @@ class CueRowsView final : public QAbstractScrollArea {
     Q_OBJECT
 
 public:
-    enum class Action { start, moveUp, moveDown, remove };
-    static constexpr int actionCount = 4;
+    using Action = CueRowAction;
 
     /// `cues` must outlive the view.
     explicit CueRowsView(CueController& cues, QWidget* parent = nullptr);
 
     [[nodiscard]] qsizetype rowCount() const { return m_shown.cues.size(); }
-    /// What a row says, in words.
-    [[nodiscard]] QString description(qsizetype row) const;
+    /// Nothing for a row that there is not.
+    [[nodiscard]] std::optional<CueRow> row(qsizetype index) const { return m_shown.row(index); }
     /// Where a row and its buttons lie in the viewport, in sight or not.
-    [[nodiscard]] QRect rowRect(qsizetype row) const;
-    [[nodiscard]] QRect buttonRect(qsizetype row, Action action) const;
-    /// No row moves up at the top, nor down at the bottom.
-    [[nodiscard]] bool isEnabled(qsizetype row, Action action) const;
-    /// Does what the button does; nothing for a button that is not enabled or a row that is gone.
-    void perform(qsizetype row, Action action);
-    /// The row that the keyboard is in.
+    [[nodiscard]] QRect rowRect(qsizetype index) const;
+    [[nodiscard]] QRect buttonRect(qsizetype index, Action action) const;
+    /// The row at a height of the viewport; it may lie behind the last one.
+    [[nodiscard]] qsizetype rowAt(int y) const;
+    /// The row, and the button of it, that the keyboard is at.
     [[nodiscard]] qsizetype focusedRow() const { return m_focus.row; }
+    [[nodiscard]] Action focusedAction() const { return m_focus.action; }
 
-    [[nodiscard]] static QString actionName(Action action);
+    /// Does what the button does; nothing for one that is not enabled or not there.
+    void perform(qsizetype index, Action action);
 
     /// As high as its rows, up to a limit.
     [[nodiscard]] QSize sizeHint() const override;
@@ -57,6 +56,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
+    /// A button of a row.
     struct Target {
         qsizetype row = 0;
         Action action = Action::start;
@@ -68,29 +68,25 @@ private:
         QList<Cue> cues;
         std::optional<qint64> currentIndex;
 
-        [[nodiscard]] bool looksTheSame(const Content& other, qsizetype row) const;
+        [[nodiscard]] std::optional<CueRow> row(qsizetype index) const;
     };
 
     void followCues();
+    void forgetPressOnAnotherCue(const QList<Cue>& before);
     void keepFocusWithItsCue(const QList<Cue>& before);
-    void updateRow(qsizetype row);
+    void updateRow(qsizetype index);
     void updateScrollBar();
-    void bringIntoView(qsizetype row);
+    void bringIntoView(qsizetype index);
     void moveFocus(const Target& target);
-    void press();
-    [[nodiscard]] bool walk(int key);
-    [[nodiscard]] qsizetype rowAt(int y) const;
+    void tellFocus();
+    [[nodiscard]] std::optional<Target> targetAfter(int key) const;
     [[nodiscard]] std::optional<Target> targetAt(const QPoint& point) const;
+    [[nodiscard]] std::optional<Action> actionOn(
+        qsizetype index, const std::optional<Target>& target) const;
     void point(const std::optional<QPoint>& place);
     [[nodiscard]] QString toolTipAt(const QPoint& point) const;
-    [[nodiscard]] int rowHeight() const;
     [[nodiscard]] int rowPitch() const;
     [[nodiscard]] int contentHeight() const;
-    [[nodiscard]] QRect titleRect(qsizetype row) const;
-    [[nodiscard]] QFont titleFont(qsizetype row) const;
-    void paintRow(QPainter& painter, qsizetype row) const;
-    void paintTexts(QPainter& painter, qsizetype row) const;
-    void paintButton(QPainter& painter, const Target& target) const;
 
     CueController& m_cues;
     Content m_shown;

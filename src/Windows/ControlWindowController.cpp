@@ -59,6 +59,8 @@ ControlWindowController::ControlWindowController(const ControlPanelView::Models&
 {
     auto* content = new QVBoxLayout(m_window.get());
     content->setContentsMargins(0, 0, 0, 0);
+    // The size is set here alone.
+    content->setSizeConstraint(QLayout::SetNoConstraint);
     content->addWidget(m_panel);
     m_panel->onSizes = [this](const ConsoleHeights& heights) { applySizes(heights); };
     m_panel->onAlwaysOnTop = [this](bool isOnTop) { setAlwaysOnTop(isOnTop); };
@@ -150,11 +152,15 @@ void ControlWindowController::animateTo(const QRect& frame)
 void ControlWindowController::applyFrame(const QRect& frame)
 {
     const QRect content = frame.marginsRemoved(frameMargins());
-    m_window->setFixedSize(ControlPanelView::width, content.height());
-    // By its content, which Qt knows at once; where the frame ends up, it learns from the window
-    // manager later.
+    // On the window and not on its widget: that would move it once for each limit, and the window
+    // manager may meet it halfway.
+    m_window->windowHandle()->setMinimumSize(content.size());
+    m_window->windowHandle()->setMaximumSize(content.size());
+    // By its content, which Qt knows at once; where the frame ends up, it learns later.
     if (windowsAreOursToPlace())
-        m_window->setGeometry(QRect(content.topLeft(), m_window->size()));
+        m_window->setGeometry(content);
+    else
+        m_window->resize(content.size());
 }
 
 void ControlWindowController::setAlwaysOnTop(bool isOnTop)

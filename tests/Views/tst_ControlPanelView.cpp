@@ -214,8 +214,12 @@ void ControlPanelViewTest::followsTheModes()
     panel.engine.setClock(true);
     QVERIFY(!panel.labels().contains(u"Showing time of day"_s));
 
-    panel.click(u"Clock"_s);
-    panel.click(u"Timer"_s);
+    // The same with the keys.
+    panel.button(u"Timer"_s).setFocus();
+    for (const int key : {Qt::Key_Right, Qt::Key_Right})
+        QTest::keyClick(panel.view.windowHandle(), Qt::Key(key));
+    QVERIFY(panel.labels().contains(u"Showing time of day"_s));
+    QTest::keyClick(panel.view.windowHandle(), Qt::Key_Left);
     QCOMPARE(panel.engine.phase.value(), Phase::idle);
 }
 
@@ -521,7 +525,7 @@ void ControlPanelViewTest::isWalkedWithTab()
                        "Set 30 minutes|Set 60 minutes|Subtract a minute|Add a minute|"
                        "Message to display|Show|Clear|Blackout|Attention|Loop|Overtime|"
                        "Text*|Background*|Warning colours|Amber*|Red*|Amber at|Red at|"
-                       "Display 1 — 1440×900|NDI output|Web remote|Running order|Cue title|Min|"
+                       "Display 1 — 1440×900|NDI output|Web remote|Running order|Cue title|Minutes|"
                        "Add|Prev|Next|Follow|Save…|Import…|Clear All|Stream Deck control|Rescan|"
                        "Brightness|Keep console on top|Finish buzzer|Timer|Hide settings|Minutes"_s;
     expected.replace(QRegularExpression(u"(\\w+)\\*"_s),
@@ -533,6 +537,9 @@ void ControlPanelViewTest::isWalkedWithTab()
         QCOMPARE(name.isEmpty() && button ? button->text() : name, stop);
         QTest::keyClick(panel.view.windowHandle(), Qt::Key_Tab);
     }
+    for (int stop = 0; stop < 3; ++stop)
+        QTest::keyClick(panel.view.windowHandle(), Qt::Key_Backtab);
+    QVERIFY(panel.button(u"Timer"_s).hasFocus());
 }
 
 QTEST_MAIN(ControlPanelViewTest)

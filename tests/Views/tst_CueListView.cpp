@@ -4,6 +4,7 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
+#include <QAccessible>
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QLineEdit>
@@ -43,7 +44,7 @@ struct Editor {
     {
         QList<Cue> list;
         for (int i = 0; i < count; ++i)
-            list.append({QUuid::createUuid(), QString(QChar('A' + i % 26)), 10 * (i + 1)});
+            list.append({QUuid::createUuid(), QString(QChar('A' + i % 26)), qint64 {10} * (i + 1)});
         cues.cues = list;
         auto* column = new QVBoxLayout(&window);
         column->addWidget(&view);
@@ -524,6 +525,30 @@ private Q_SLOTS:
         QCOMPARE(editor.rows.verticalScrollBar()->value(), firstRow * pitch);
     }
 
+    void screenReadersSeeRows()
+    {
+        Editor editor(3);
+        QVERIFY(editor.show());
+        editor.cues.select(1);
+        auto* list = QAccessible::queryAccessibleInterface(&editor.rows);
+        QCOMPARE(list->childCount(), 3);
+        QCOMPARE(list->child(0)->text(QAccessible::Name), u"A, 00:10"_s);
+        QCOMPARE(list->child(1)->text(QAccessible::Name), u"B, 00:20, current cue"_s);
+        editor.field(u"Min"_s)->setFocus();
+        QVERIFY(!list->focusChild());
+        editor.rows.setFocus(Qt::TabFocusReason);
+        editor.play(u"key Down; key Right"_s);
+        QAccessibleInterface* row = list->focusChild();
+        QCOMPARE(list->indexOfChild(row), 1);
+        QCOMPARE(row->text(QAccessible::Description), u"Move up"_s);
+        QCOMPARE(list->childAt(row->rect().center().x(), row->rect().center().y()), row);
+        QCOMPARE(list->child(2)->actionInterface()->actionNames(),
+            QStringList({u"Load and start this cue"_s, u"Move up"_s, u"Delete"_s}));
+        list->child(2)->actionInterface()->doAction(u"Delete"_s);
+        QCOMPARE(list->childCount(), 2);
+        QVERIFY(!list->child(2));
+    }
+
     void isOneStopOfTheTabKey()
     {
         Editor editor(3);
@@ -536,7 +561,8 @@ private Q_SLOTS:
             const auto* button = qobject_cast<const QAbstractButton*>(widget);
             stops.append(button ? button->text() : widget->accessibleName());
         }
-        QCOMPARE(stops.join(u' '), u"Cue title Min Add Prev Next Follow Save… Import… Clear All"_s);
+        QCOMPARE(
+            stops.join(u' '), u"Cue title Minutes Add Prev Next Follow Save… Import… Clear All"_s);
     }
 };
 

@@ -35,9 +35,14 @@ bool bindTo(int descriptor, sa_family_t family, quint16 port)
 
 } // namespace
 
+QString errorText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
 QString lastError()
 {
-    return QString::fromLocal8Bit(std::strerror(errno));
+    return errorText(errno);
 }
 
 void setOption(int descriptor, int level, int option, int value)

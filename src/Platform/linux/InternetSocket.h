@@ -4,7 +4,8 @@
 
 /// What the sockets of this platform have in common. All are non-blocking, and closed in children.
 
-/// The system's words for the last error.
+/// The system's words for an error number, and for the last error.
+[[nodiscard]] QString errorText(int error);
 [[nodiscard]] QString lastError();
 
 /// Every option set with it makes a socket better and none makes it work, so failure is no matter.

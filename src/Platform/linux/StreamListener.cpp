@@ -58,10 +58,15 @@ bool isTemporary(int error)
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
 }
 
-void watch(int events, int operation, int descriptor, quint32 what)
+int acceptFrom(int listener)
+{
+    return accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+}
+
+bool watch(int events, int operation, int descriptor, quint32 what)
 {
     epoll_event event {.events = what, .data = {.fd = descriptor}};
-    epoll_ctl(events, operation, descriptor, &event);
+    return epoll_ctl(events, operation, descriptor, &event) == 0;
 }
 
 /// A peer that has vanished without a word is noticed after two minutes. Connections have the
@@ -77,8 +82,7 @@ void noticeVanishedPeers(int listener)
 } // namespace
 
 StreamListener::StreamListener()
-    : m_events(epoll_create1(EPOLL_CLOEXEC))
-    , m_received(receiveSize)
+    : m_received(receiveSize)
 {
     m_resumeTimer.setSingleShot(true);
     m_resumeTimer.setInterval(resumeDelay);
@@ -92,44 +96,59 @@ StreamListener::~StreamListener()
     m_notifier.reset();
     for (const auto& [descriptor, connection] : m_connections)
         ::close(descriptor);
-    if (m_listener >= 0)
-        ::close(m_listener);
-    ::close(m_events);
+    closeListener();
+    if (m_events >= 0)
+        ::close(m_events);
 }
 
 std::optional<QString> StreamListener::open(quint16 port)
 {
     close();
-    const int listener = openBoundSocket(SOCK_STREAM, port);
-    if (listener < 0)
+    m_listener = openBoundSocket(SOCK_STREAM, port);
+    if (m_listener < 0)
         return lastError();
-    noticeVanishedPeers(listener);
-    if (listen(listener, SOMAXCONN) != 0) {
+    noticeVanishedPeers(m_listener);
+    if (listen(m_listener, SOMAXCONN) != 0 || !watchListener()) {
         QString error = lastError();
-        ::close(listener);
+        closeListener();
         return error;
     }
-    m_listener = listener;
-    m_port = boundPort(listener);
+    m_port = boundPort(m_listener);
     m_connectionLimit = connectionLimit();
-    watch(m_events, EPOLL_CTL_ADD, m_listener, EPOLLIN);
-    if (!m_notifier) {
+    return std::nullopt;
+}
+
+bool StreamListener::watchListener()
+{
+    if (m_events < 0) {
+        m_events = epoll_create1(EPOLL_CLOEXEC);
+        if (m_events < 0)
+            return false;
         m_notifier = std::make_unique<QSocketNotifier>(m_events, QSocketNotifier::Read);
         QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] { handleEvents(); });
     }
-    return std::nullopt;
+    return watch(m_events, EPOLL_CTL_ADD, m_listener, EPOLLIN);
 }
 
 void StreamListener::close()
 {
-    if (m_listener < 0)
-        return;
     // Those who are through but have not been seen yet are in, too.
-    while (acceptOne() == Accepted::connection) { }
+    while (m_listener >= 0 && m_connections.size() < m_connectionLimit) {
+        const int descriptor = acceptFrom(m_listener);
+        if (descriptor < 0)
+            break;
+        watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
+    }
+    closeListener();
+}
+
+void StreamListener::closeListener()
+{
     m_port = 0;
     m_isPaused = false;
     m_resumeTimer.stop();
-    ::close(std::exchange(m_listener, -1));
+    if (m_listener >= 0)
+        ::close(std::exchange(m_listener, -1));
 }
 
 void StreamListener::handleEvents()
@@ -165,33 +184,34 @@ void StreamListener::handleEvent(int descriptor)
 
 void StreamListener::acceptSome()
 {
-    for (int i = 0; i < acceptsPerTurn; ++i) {
-        const Accepted accepted = acceptOne();
-        if (accepted == Accepted::neverAgain)
-            fail(lastError());
-        if (accepted != Accepted::connection)
+    // A callback may close the listener.
+    for (int i = 0; i < acceptsPerTurn && m_listener >= 0; ++i) {
+        if (m_connections.size() >= m_connectionLimit) {
+            pauseAccepting();
             return;
+        }
+        const int descriptor = acceptFrom(m_listener);
+        if (descriptor < 0) {
+            handleAcceptError(errno);
+            return;
+        }
+        // On a busy system the request is there along with the connection.
+        receive(descriptor, m_connections[descriptor]);
     }
 }
 
-StreamListener::Accepted StreamListener::acceptOne()
+void StreamListener::handleAcceptError(int error)
 {
-    if (m_connections.size() >= m_connectionLimit) {
+    if (isShortage(error)) {
         pauseAccepting();
-        return Accepted::nothing;
+        return;
     }
-    const int descriptor = accept4(m_listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (descriptor >= 0) {
-        m_connections.try_emplace(descriptor);
-        watch(m_events, EPOLL_CTL_ADD, descriptor, EPOLLIN);
-        return Accepted::connection;
-    }
-    if (isFinal(errno))
-        return Accepted::neverAgain;
-    if (isShortage(errno))
-        pauseAccepting();
     // Otherwise the queue is empty, or its first has gone again.
-    return Accepted::nothing;
+    if (!isFinal(error))
+        return;
+    closeListener();
+    if (onFailure)
+        onFailure(errorText(error));
 }
 
 /// A listener that is ready and not accepted from would keep the event loop busy.
@@ -208,18 +228,24 @@ void StreamListener::resumeAccepting()
         watch(m_events, EPOLL_CTL_MOD, m_listener, EPOLLIN);
 }
 
-void StreamListener::fail(const QString& error)
+/// Drops the connection when that fails. Whoever calls this is done with it for now.
+void StreamListener::watchFor(quint32 what, int descriptor, Connection& connection)
 {
-    close();
-    if (onFailure)
-        onFailure(error);
+    if (connection.watchedFor == what)
+        return;
+    const int operation = connection.watchedFor == 0 ? EPOLL_CTL_ADD : EPOLL_CTL_MOD;
+    connection.watchedFor = what;
+    if (!watch(m_events, operation, descriptor, what))
+        drop(descriptor);
 }
 
 void StreamListener::receive(int descriptor, Connection& connection)
 {
     const ssize_t count = recv(descriptor, m_received.data(), m_received.size(), 0);
-    if (count < 0 && isTemporary(errno))
+    if (count < 0 && isTemporary(errno)) {
+        watchFor(EPOLLIN, descriptor, connection);
         return;
+    }
     if (count <= 0) {
         drop(descriptor);
         return;
@@ -233,6 +259,7 @@ void StreamListener::receive(int descriptor, Connection& connection)
     case Reply::Kind::waitForMore:
         if (known == 0)
             connection.bytes = bytes.toByteArray();
+        watchFor(EPOLLIN, descriptor, connection);
         break;
     case Reply::Kind::hangUp:
         drop(descriptor);
@@ -253,8 +280,7 @@ void StreamListener::send(int descriptor, Connection& connection)
             static_cast<size_t>(connection.bytes.size() - connection.sent),
             MSG_MORE | MSG_NOSIGNAL);
         if (count < 0 && isTemporary(errno)) {
-            connection.waitsForRoom = true;
-            watch(m_events, EPOLL_CTL_MOD, descriptor, EPOLLOUT);
+            watchFor(EPOLLOUT, descriptor, connection);
             return;
         }
         if (count < 0) {
@@ -274,10 +300,9 @@ void StreamListener::linger(int descriptor, Connection& connection)
     }
     connection.state = Connection::State::lingering;
     connection.bytes.clear();
-    if (connection.waitsForRoom)
-        watch(m_events, EPOLL_CTL_MOD, descriptor, EPOLLIN);
     if (!m_sweepTimer.isActive())
         m_sweepTimer.start();
+    watchFor(EPOLLIN, descriptor, connection);
 }
 
 void StreamListener::drain(int descriptor, Connection& connection)

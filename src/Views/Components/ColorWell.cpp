@@ -33,7 +33,8 @@ void ColorWell::setColor(const QColor& color)
     if (color == m_color)
         return;
     m_color = color;
-    if (m_panel != nullptr && m_panel->currentColor() != color) {
+    // What came from the panel itself must not move it: its hue would be lost with the first gray.
+    if (m_panel != nullptr && m_panel->currentColor().rgb() != color.rgb()) {
         const QSignalBlocker blocker(m_panel);
         m_panel->setCurrentColor(color);
     }
