@@ -131,7 +131,7 @@ QLayout* ControlPanelView::makeModeBar()
     row->addWidget(modes, 1);
     m_expandButton = new SymbolButton({}, {}, 20, m_compactBlock);
     // The symbol ends where the row does.
-    m_expandButton->setContentsMargins(6, 4, 0, 4);
+    m_expandButton->setContentsMargins(5, 4, 2, 4);
     connect(
         m_expandButton, &QAbstractButton::clicked, this, [this] { setExpanded(!m_isExpanded); });
     row->addWidget(m_expandButton);

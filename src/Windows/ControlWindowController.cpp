@@ -177,6 +177,6 @@ QMargins ControlWindowController::frameMargins() const
 
 QRect ControlWindowController::visibleArea() const
 {
-    const QScreen* screen = mainScreen();
+    const QScreen* screen = m_isInDock ? m_window->screen() : mainScreen();
     return screen ? screen->availableGeometry() : QRect(0, 0, 1440, 900);
 }

@@ -21,6 +21,8 @@ public:
     {
         setText(label);
         setCheckable(true);
+        // A radio button to those who are read the screen.
+        setAutoExclusive(true);
         setFocusPolicy(Qt::NoFocus);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     }
