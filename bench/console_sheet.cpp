@@ -33,6 +33,7 @@ Scene::Scene(bool hasLongTexts)
     const QString projector = hasLongTexts
         ? u"Confidence monitor at the front of the stage, to the left"_s
         : u"Projector"_s;
+    clock.advance(20h + 15min);
     displays->list = {
         {.info = {.id = 1, .name = u"Laptop"_s, .width = 1440, .height = 900, .isMain = true}},
         {.info = {.id = 2, .name = projector, .width = 1920, .height = 1080}},

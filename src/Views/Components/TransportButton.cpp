@@ -11,7 +11,7 @@ namespace {
 
 constexpr int buttonHeight = 46;
 constexpr double radius = 6;
-constexpr double padding = 3;
+constexpr double padding = 5;
 
 } // namespace
 
