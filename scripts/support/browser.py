@@ -8,10 +8,13 @@ import base64
 import json
 import os
 import pathlib
+import select
 import subprocess
 import tempfile
 
 
+# A browser that says nothing for so long will not go on.
+SILENCE_SECONDS = 60
 # The fonts that the pages find as the system's own, so that they look the same on every machine.
 FONTS = """<?xml version="1.0"?>
 <fontconfig>
@@ -84,13 +87,14 @@ class Browser:
         self.call("Emulation.setVirtualTimePolicy", policy="pause")
         self.events.clear()
         self.call("Page.navigate", url=address)
+        # A new site gets a process of its own: what the old one is asked would be lost.
+        self._wait_for("Page.frameNavigated")
         self.pass_time(100)
 
     def pass_time(self, milliseconds):
         self.call("Emulation.setVirtualTimePolicy", policy="pauseIfNetworkFetchesPending",
                   budget=milliseconds)
-        while not self._seen("Emulation.virtualTimeBudgetExpired"):
-            self.events.append(self._receive())
+        self._wait_for("Emulation.virtualTimeBudgetExpired")
 
     def evaluate(self, expression):
         """What an expression of the page's language yields. A promise is waited for."""
@@ -111,14 +115,15 @@ class Browser:
         picture = self.call("Page.captureScreenshot", format="png")
         pathlib.Path(path).write_bytes(base64.b64decode(picture["data"]))
 
-    def _seen(self, method):
-        found = [event for event in self.events if event["method"] == method]
-        for event in found:
-            self.events.remove(event)
-        return bool(found)
+    def _wait_for(self, method):
+        while not any(event["method"] == method for event in self.events):
+            self.events.append(self._receive())
+        self.events = [event for event in self.events if event["method"] != method]
 
     def _receive(self):
         while b"\0" not in self.received:
+            if not select.select([self.answers], [], [], SILENCE_SECONDS)[0]:
+                raise RuntimeError("the browser does not answer")
             part = os.read(self.answers, 1 << 16)
             if not part:
                 raise RuntimeError("the browser has ended")

@@ -8,6 +8,8 @@ import contextlib
 import json
 import os
 import pathlib
+import socket
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -19,6 +21,7 @@ from stage import ROOT, Program  # noqa: E402
 RUNTIME = ROOT / "build/ndi-runtime"
 BENCH = ROOT / "build/release/bench"
 SECONDS = 30
+COMMANDS = 300
 
 
 class Timed:
@@ -69,6 +72,36 @@ def of_the_program(count):
         return timed.figures()
 
 
+def state(port):
+    """What a browser sees."""
+    with socket.create_connection(("127.0.0.1", port)) as connection:
+        connection.sendall(b"GET /state HTTP/1.1\r\n\r\n")
+        answer = b""
+        while piece := connection.recv(65536):
+            answer += piece
+    return json.loads(answer.partition(b"\r\n\r\n")[2])
+
+
+def command_latencies(count):
+    """Milliseconds from a datagram to the state that it makes, while frames are sent, sorted."""
+    program = Program(ndiEnabled=True, webRemoteEnabled=True)
+    program.environment["NDI_RUNTIME_DIR_V6"] = str(RUNTIME)
+    times = []
+    with program, receivers(count):
+        program.wait_for_log("NDI sending as")
+        port = int(program.wait_for_log(r"Web remote on port (\d+)")[1])
+        for number in range(COMMANDS):
+            minutes = 10 + number % 80
+            # At all places between two frames.
+            time.sleep(number * 0.007 % 0.0333)
+            start = time.monotonic()
+            program.send(f"GO {minutes}")
+            while state(port)["time"] != f"{minutes}:00":
+                pass
+            times.append((time.monotonic() - start) * 1000)
+    return sorted(times)
+
+
 def of_a_bare_grid(count):
     with tempfile.TemporaryDirectory() as folder:
         timed = Timed(folder)
@@ -85,6 +118,10 @@ def rows():
         _, bare = of_a_bare_grid(count)
         yield (f"NDI frames a second, {receiver}: off from 30 by", abs(rate - 30), "<=", 0.1,
                f"{rate:.3f} over {SECONDS} s")
+        times = command_latencies(count)
+        yield (f"`GO` to changed `/state`, {receiver}, median in ms", statistics.median(times),
+               "<=", 5, f"of {COMMANDS}")
+        yield (f"`GO` to changed `/state`, {receiver}, the worst in ms", times[-1], "<=", 40, "")
         yield (f"Main thread in NDI's send, {receiver} ÷ a bare grid of sends", blocked / bare,
                "<=", 1.2, f"{blocked * 100:.1f} % of the time")
 

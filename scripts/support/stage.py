@@ -63,6 +63,7 @@ class Program:
         self.process.kill()
         self.process.wait()
         self.log.close()
+        self.home.cleanup()
 
     def send(self, *commands):
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:

@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QIcon>
 #include <QPixmap>
-#include <QWindow>
 
 #include <algorithm>
 #include <limits>
@@ -36,7 +35,7 @@ const std::vector<AppDelegate::LaunchStep> AppDelegate::launchSequence {
     {"web switch", &AppDelegate::followWebSwitch},
     {"NDI sender", &AppDelegate::createNDISender},
     {"NDI switch", &AppDelegate::followNDISwitch},
-    {"Stream Deck", &AppDelegate::createStreamDeck},
+    {"console", &AppDelegate::createControlWindow},
     {"icon", &AppDelegate::startDockBadge},
     {"display-sleep assertion", &AppDelegate::takeSleepAssertion},
     {"activation", &AppDelegate::activateApplication},
@@ -177,6 +176,20 @@ void AppDelegate::followNDISwitch()
     });
 }
 
+void AppDelegate::createControlWindow()
+{
+    m_controlWindow.emplace(ControlPanelView::Models {
+        .engine = engine(),
+        .settings = settings,
+        .cues = cues(),
+        .router = *m_outputRouter,
+        .streamDeck = streamDeck(),
+        .messageAnimator = *m_messageAnimator,
+    });
+    m_controlWindow->setMenuBar(*m_mainMenu);
+    m_controlWindow->showWindow();
+}
+
 void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
@@ -192,15 +205,9 @@ void AppDelegate::takeSleepAssertion()
         [this](quint32 identifier) { m_sleepAssertionID = identifier; });
 }
 
-/// Takes the focus from other applications, with a window that wants it.
 void AppDelegate::activateApplication()
 {
-    const QWindowList windows = QGuiApplication::topLevelWindows();
-    const auto window = std::ranges::find_if(windows, [](const QWindow* candidate) {
-        return candidate->isVisible() && !candidate->flags().testFlag(Qt::WindowDoesNotAcceptFocus);
-    });
-    if (window != windows.end())
-        (*window)->requestActivate();
+    m_controlWindow->window().activateWindow();
 }
 
 void AppDelegate::checkForUpdatesInBackground()

@@ -18,6 +18,7 @@
 #include "Support/Preferences.h"
 #include "Update/UpdateChecker.h"
 #include "Views/MessageTransition.h"
+#include "Windows/ControlWindowController.h"
 
 #include <memory>
 #include <optional>
@@ -81,7 +82,7 @@ private:
     void followWebSwitch();
     void createNDISender();
     void followNDISwitch();
-    void createStreamDeck() { streamDeck(); }
+    void createControlWindow();
     void startDockBadge();
     void takeSleepAssertion();
     void activateApplication();
@@ -105,6 +106,7 @@ private:
     std::optional<NDISender> m_ndiSender;
     std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
     std::optional<StreamDeckManager> m_streamDeck;
+    std::optional<ControlWindowController> m_controlWindow;
     /// What the icon shows.
     QProperty<QString> m_timeText;
     std::optional<EventLoopSubscription<QString>> m_dockBadge;

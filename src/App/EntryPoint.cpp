@@ -3,6 +3,7 @@
 #include "Platform/TerminationSignals.h"
 #include "Support/ControlLog.h"
 #include "Support/SystemPreferences.h"
+#include "Views/Components/ConsoleStyle.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -22,6 +23,7 @@ int main(int argc, char* argv[])
     QApplication::setApplicationVersion(runningVersion(information));
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
+    ConsoleStyle::install();
     // Where the sound module lies once installed; Qt looks beside the program by itself.
     QApplication::addLibraryPath(
         QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));

@@ -76,6 +76,14 @@ MainMenu::MainMenu(const Targets& targets)
     addHelpMenu(targets);
 }
 
+QMenu& MainMenu::addOwnMenu(const QString& title)
+{
+    QMenu& menu = *addMenu(title);
+    // A menu that has once been open is a window for ever, and would get every new live icon.
+    menu.setAttribute(Qt::WA_SetWindowIcon);
+    return menu;
+}
+
 QAction* MainMenu::addItem(
     QMenu& menu, const QString& title, const QKeySequence& keys, std::function<void()> perform)
 {
@@ -88,7 +96,7 @@ QAction* MainMenu::addItem(
 void MainMenu::addApplicationMenu(const Targets& targets)
 {
     const QString name = QApplication::applicationName();
-    QMenu& menu = *addMenu(name);
+    QMenu& menu = addOwnMenu(name);
     addItem(menu, u"About "_s + name, {}, [this] { showAbout(); });
     addItem(menu, u"Check for Updates…"_s, {}, targets.checkForUpdates);
     menu.addSeparator();
@@ -109,7 +117,7 @@ void MainMenu::addApplicationMenu(const Targets& targets)
 
 void MainMenu::addEditMenu()
 {
-    QMenu* menu = addMenu(u"Edit"_s);
+    QMenu* menu = &addOwnMenu(u"Edit"_s);
     for (const EditCommand& command : editCommands()) {
         if (command.beginsGroup)
             menu->addSeparator();
@@ -127,7 +135,7 @@ void MainMenu::addEditMenu()
 
 void MainMenu::addWindowMenu()
 {
-    QMenu* menu = addMenu(u"Window"_s);
+    QMenu* menu = &addOwnMenu(u"Window"_s);
     QAction* minimize = addItem(*menu, u"Minimize"_s, Qt::CTRL | Qt::Key_M, [] {
         if (QWidget* window = activeWindow())
             window->showMinimized();
@@ -166,7 +174,7 @@ void MainMenu::listWindows(QMenu& menu)
 
 void MainMenu::addHelpMenu(const Targets& targets)
 {
-    addItem(*addMenu(u"Help"_s), QApplication::applicationName() + u" Help"_s,
+    addItem(addOwnMenu(u"Help"_s), QApplication::applicationName() + u" Help"_s,
         Qt::CTRL | Qt::Key_Question, targets.openHelp);
 }
 
@@ -180,7 +188,7 @@ void MainMenu::showAbout()
         m_about->setIconPixmap(QApplication::windowIcon().pixmap(QSize(64, 64)));
         m_about->setText(QApplication::applicationName());
         m_about->setInformativeText(u"Version "_s + QApplication::applicationVersion());
-        m_about->addButton(QMessageBox::Ok);
+        m_about->addButton(u"OK"_s, QMessageBox::AcceptRole);
     }
     m_about->show();
     bringToFront(*m_about);

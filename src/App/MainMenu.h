@@ -28,6 +28,7 @@ private:
     void addEditMenu();
     void addWindowMenu();
     void addHelpMenu(const Targets& targets);
+    [[nodiscard]] QMenu& addOwnMenu(const QString& title);
     QAction* addItem(
         QMenu& menu, const QString& title, const QKeySequence& keys, std::function<void()> perform);
     void listWindows(QMenu& menu);

@@ -2,6 +2,7 @@
 
 #include "Help/HelpPage.h"
 #include "Support/Fonts.h"
+#include "Support/MainScreen.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -11,7 +12,6 @@
 #include <QTextBrowser>
 #include <QTextDocument>
 #include <QTextFrame>
-#include <QWindow>
 
 #include <functional>
 
@@ -92,11 +92,15 @@ private:
     Appearance m_appearance;
 };
 
-/// The screen where the operator works.
-const QScreen* mainScreen()
+/// In the middle of the screen, and no larger than it.
+QRect frameOf(const QSize& size)
 {
-    const QWindow* focused = QGuiApplication::focusWindow();
-    return focused ? focused->screen() : QGuiApplication::primaryScreen();
+    const QScreen* screen = mainScreen();
+    if (!screen)
+        return {{}, size};
+    QRect frame({}, size.boundedTo(screen->availableSize()));
+    frame.moveCenter(screen->availableGeometry().center());
+    return frame;
 }
 
 } // namespace
@@ -106,17 +110,19 @@ HelpWindowController::HelpWindowController(Preferences& preferences)
 {
 }
 
-HelpWindowController::~HelpWindowController() = default;
+HelpWindowController::~HelpWindowController()
+{
+    // Not every end of the program closes its windows.
+    if (m_window)
+        storeSize();
+}
 
 void HelpWindowController::openHelp()
 {
     if (!m_window) {
         auto view = std::make_unique<HelpView>();
         view->willClose = [this] { windowWillClose(); };
-        const QRect area = mainScreen()->availableGeometry();
-        QRect frame({}, storedSize().boundedTo(area.size()));
-        frame.moveCenter(area.center());
-        view->setGeometry(frame);
+        view->setGeometry(frameOf(storedSize()));
         m_window = std::move(view);
     }
     m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
@@ -127,10 +133,15 @@ void HelpWindowController::openHelp()
 
 void HelpWindowController::windowWillClose()
 {
-    const QSize size = m_window->size();
-    m_preferences.setText(frameKey.toString(), u"%1x%2"_s.arg(size.width()).arg(size.height()));
+    storeSize();
     // It is still handling its own end.
     m_window.release()->deleteLater();
+}
+
+void HelpWindowController::storeSize()
+{
+    const QSize size = m_window->size();
+    m_preferences.setText(frameKey.toString(), u"%1x%2"_s.arg(size.width()).arg(size.height()));
 }
 
 QSize HelpWindowController::storedSize() const

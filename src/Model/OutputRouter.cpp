@@ -8,7 +8,7 @@ OutputRouter::OutputRouter(
     , m_displays(std::move(displays))
     , m_openSurface(std::move(openSurface))
 {
-    m_displays->onChange = [this] { rebuild(); };
+    m_displays->onChange = [this] { screensChanged(); };
     m_choice.emplace(settings.enabledScreenIDs, [this](const auto&) { rebuild(); });
     rebuild();
 }
@@ -47,4 +47,11 @@ void OutputRouter::rebuild()
         else
             m_surfaces.emplace(id, m_openSurface(display));
     }
+}
+
+void OutputRouter::screensChanged()
+{
+    rebuild();
+    if (onScreensChange)
+        onScreensChange();
 }

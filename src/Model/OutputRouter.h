@@ -77,6 +77,8 @@ public:
 
     /// In the system's order.
     [[nodiscard]] QList<ScreenInfo> availableScreens() const;
+    /// Called after a display has come, gone, moved or changed its size.
+    std::function<void()> onScreensChange;
 
     /// Chooses the first display that is not the main one, so that a connected second screen shows
     /// the time without a hand moved.
@@ -86,6 +88,8 @@ public:
     void rebuild();
 
 private:
+    void screensChanged();
+
     AppSettings& m_settings;
     std::unique_ptr<DisplayList> m_displays;
     SurfaceFactory m_openSurface;

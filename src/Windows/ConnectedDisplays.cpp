@@ -1,9 +1,10 @@
 #include "Windows/ConnectedDisplays.h"
 
+#include "Support/MainScreen.h"
+
 #include <QGuiApplication>
 #include <QHash>
 #include <QScreen>
-#include <QWindow>
 
 using namespace Qt::StringLiterals;
 
@@ -39,13 +40,6 @@ void tellApart(QList<ConnectedDisplay>& displays)
         if (uses.value(display.info.name) > 1)
             display.info.name += u" (%1)"_s.arg(display.connector);
     }
-}
-
-/// The screen of the window that has the focus, otherwise the primary one.
-const QScreen* mainScreen()
-{
-    const QWindow* focused = QGuiApplication::focusWindow();
-    return focused ? focused->screen() : QGuiApplication::primaryScreen();
 }
 
 } // namespace

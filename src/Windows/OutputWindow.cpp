@@ -1,5 +1,7 @@
 #include "Windows/OutputWindow.h"
 
+#include "Windows/WindowPlacement.h"
+
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
@@ -7,12 +9,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Wayland lets no program place a window; it is asked for a full-screen one on an output.
-bool windowsAreOursToPlace()
-{
-    return !QGuiApplication::platformName().startsWith(u"wayland"_s);
-}
 
 QScreen* screenOf(const ConnectedDisplay& display)
 {
@@ -43,7 +39,8 @@ OutputWindow::OutputWindow(const ConnectedDisplay& display, std::unique_ptr<Outp
     m_view->setWindowTitle(u"Tarrow — "_s + display.info.name);
     cover(display);
     if (!windowsAreOursToPlace()) {
-        // Not showFullScreen(), which asks for the focus.
+        // Full-screen on an output is all that can be asked for; not by showFullScreen(), which
+        // asks for the focus, too.
         m_view->setWindowState(Qt::WindowFullScreen);
         // Qt 6.4 heeds WindowTransparentForInput on X11 alone. A mask is nothing but the input
         // region here, and this one holds no point of the window.

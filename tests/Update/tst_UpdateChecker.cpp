@@ -71,7 +71,7 @@ private:
         socket.disconnectFromHost();
     }
 
-    void drip(QTcpSocket& socket, QByteArray rest) const
+    void drip(QTcpSocket& socket, const QByteArray& rest) const
     {
         if (rest.isEmpty() && pace != Pace::endless) {
             socket.disconnectFromHost();

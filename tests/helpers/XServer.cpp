@@ -33,6 +33,9 @@ XServer::XServer()
     m_windowManager.setProcessEnvironment(environment);
     m_windowManager.start(u"openbox"_s, {});
     m_windowManager.waitForStarted();
+    const QStringList manager {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s};
+    while (m_windowManager.state() == QProcess::Running
+        && !run(u"xprop"_s, manager).contains(u"window id"_s)) { }
 }
 
 XServer::~XServer()

@@ -92,7 +92,7 @@ class RemotePages(unittest.TestCase):
     def command(self, *texts):
         for text in texts:
             urllib.request.urlopen(
-                f"{self.address}/cmd?c={urllib.parse.quote(text)}").close()
+                f"{self.address}/cmd?c={urllib.parse.quote(text)}", timeout=30).close()
 
     def open(self, path, *commands, size=None):
         """Opens a page on which the first answers have come, after a RESET and the commands."""

@@ -1,5 +1,6 @@
 #include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
+#include "helpers/XServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -101,6 +102,7 @@ private Q_SLOTS:
     void runsTheTimer_data();
     void runsTheTimer();
     void runsTheTimerWithoutTheWebPort();
+    void runsTheTimerWithoutADisplay();
     void startsWithoutReadablePreferences_data();
     void startsWithoutReadablePreferences();
 };
@@ -108,19 +110,23 @@ private Q_SLOTS:
 void LaunchFailuresTest::runsTheTimer_data()
 {
     QTest::addColumn<Break>("breakIt");
+    QTest::addColumn<QByteArray>("told");
 
-    QTest::newRow("datagram port taken") << Break(takeTheDatagramPort);
-    QTest::newRow("no session bus") << Break(breakTheSessionBus);
-    QTest::newRow("no NDI runtime") << Break(leaveOutTheRuntime);
-    QTest::newRow("no deck") << Break(enableTheMissingDeck);
-    QTest::newRow("nothing can be written") << Break(refuseEveryWrite);
-    QTest::newRow("garbled running order") << Break(garbleTheRunningOrder);
-    QTest::newRow("no resources") << Break(loseTheResources);
+    QTest::newRow("datagram port taken") << Break(takeTheDatagramPort) << QByteArray();
+    QTest::newRow("no session bus")
+        << Break(breakTheSessionBus) << QByteArray("Displays are not kept awake");
+    QTest::newRow("no NDI runtime") << Break(leaveOutTheRuntime) << QByteArray("NDI");
+    QTest::newRow("no deck") << Break(enableTheMissingDeck) << QByteArray();
+    QTest::newRow("nothing can be written") << Break(refuseEveryWrite) << QByteArray();
+    QTest::newRow("garbled running order") << Break(garbleTheRunningOrder) << QByteArray();
+    QTest::newRow("no resources") << Break(
+        loseTheResources) << QByteArray("Info.json is not where the program's resources are");
 }
 
 void LaunchFailuresTest::runsTheTimer()
 {
     QFETCH(Break, breakIt);
+    QFETCH(QByteArray, told);
 
     Breakage breakage;
     breakage.store({});
@@ -133,6 +139,7 @@ void LaunchFailuresTest::runsTheTimer()
     QVERIFY2(program.waitForLog("command go"), program.log().constData());
     const QByteArray state = breakage.request("/state");
     QVERIFY2(state.contains(R"("phase":"running")"), state.constData());
+    QVERIFY2(program.log().contains(told), program.log().constData());
     program.process().terminate();
     QVERIFY(program.waitForEnd());
     QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
@@ -148,6 +155,24 @@ void LaunchFailuresTest::runsTheTimerWithoutTheWebPort()
     QVERIFY(program.waitForLog("Web remote: cannot bind port"));
     program.send("GO 5");
     QVERIFY(program.waitForLog("command go"));
+}
+
+/// The server is there, but nothing is plugged in; and then something is.
+void LaunchFailuresTest::runsTheTimerWithoutADisplay()
+{
+    XServer server;
+    QVERIFY(server.isRunning());
+    server.unplug(u"DUMMY0"_s);
+    RunningProgram program;
+    program.environment().insert(u"DISPLAY"_s, server.name());
+    program.environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    QVERIFY2(program.start(), program.log().constData());
+    program.send("GO 5");
+    QVERIFY(program.waitForLog("command go"));
+    server.plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
+    QTRY_VERIFY(server.windowInfo(u"Tarrow"_s).contains(u"IsViewable"_s));
+    program.send("STOPTIME");
+    QVERIFY(program.waitForLog("command stop"));
 }
 
 void LaunchFailuresTest::startsWithoutReadablePreferences_data()

@@ -18,6 +18,7 @@ constexpr int controlHeight = 26;
 constexpr int indicatorSize = 16;
 constexpr int scrollBarExtent = 10;
 constexpr int knobSize = 18;
+constexpr int fieldPadding = 5;
 constexpr double controlRadius = 6;
 
 bool isDark(const QPalette& palette)
@@ -64,10 +65,15 @@ void drawButton(QPainter& painter, const QStyleOption& option)
     drawRoundedBox(painter, option.rect, controlRadius, fill, outline);
 }
 
-void drawField(QPainter& painter, const QStyleOption& option)
+bool isFramed(const QStyleOption& option)
 {
     const auto* frame = qstyleoption_cast<const QStyleOptionFrame*>(&option);
-    if (frame != nullptr && frame->lineWidth <= 0)
+    return frame != nullptr && frame->lineWidth > 0;
+}
+
+void drawField(QPainter& painter, const QStyleOption& option)
+{
+    if (!isFramed(option))
         return;
     drawRoundedBox(painter, option.rect, controlRadius, option.palette.color(QPalette::Base),
         outlineColor(option));
@@ -155,6 +161,27 @@ QRect scrollBarPart(const QStyleOptionSlider& option, QStyle::SubControl part)
         return along(0, start);
     case QStyle::SC_ScrollBarAddPage:
         return along(start + handle, length);
+    default:
+        return {};
+    }
+}
+
+/// A spin box without a frame is a text with two buttons behind it.
+QRect stepperPart(const QStyleOptionSpinBox& option, QStyle::SubControl part)
+{
+    constexpr int buttonWidth = 20;
+    QRect text = option.rect;
+    text.setWidth(text.width() - buttonWidth);
+    QRect buttons = option.rect;
+    buttons.setLeft(text.right() + 1);
+    const int half = buttons.height() / 2;
+    switch (part) {
+    case QStyle::SC_SpinBoxUp:
+        return buttons.adjusted(0, 0, 0, -half);
+    case QStyle::SC_SpinBoxDown:
+        return buttons.adjusted(0, half, 0, 0);
+    case QStyle::SC_SpinBoxEditField:
+        return text;
     default:
         return {};
     }
@@ -266,6 +293,9 @@ QRect ConsoleStyle::subControlRect(ComplexControl control, const QStyleOptionCom
     const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
     if (control == CC_ScrollBar && slider != nullptr)
         return visualRect(option->direction, option->rect, scrollBarPart(*slider, subControl));
+    const auto* spinBox = qstyleoption_cast<const QStyleOptionSpinBox*>(option);
+    if (control == CC_SpinBox && spinBox != nullptr && !spinBox->frame)
+        return visualRect(option->direction, option->rect, stepperPart(*spinBox, subControl));
     return QProxyStyle::subControlRect(control, option, subControl, widget);
 }
 
@@ -274,6 +304,8 @@ QRect ConsoleStyle::subElementRect(
 {
     if (element == SE_PushButtonFocusRect || element == SE_CheckBoxFocusRect)
         return option->rect;
+    if (element == SE_LineEditContents && isFramed(*option))
+        return option->rect.adjusted(fieldPadding, 1, -fieldPadding, -1);
     return QProxyStyle::subElementRect(element, option, widget);
 }
 
@@ -304,6 +336,9 @@ int ConsoleStyle::pixelMetric(
         return 7;
     case PM_ScrollBarExtent:
         return scrollBarExtent;
+    case PM_ScrollView_ScrollBarOverlap:
+        return widget != nullptr && widget->property(scrollBarOverlaps).toBool() ? scrollBarExtent
+                                                                                 : 0;
     case PM_SliderThickness:
     case PM_SliderControlThickness:
     case PM_SliderLength:

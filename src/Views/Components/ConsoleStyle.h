@@ -10,6 +10,10 @@ class ConsoleStyle final : public QProxyStyle {
 public:
     enum class Appearance { light, dark };
 
+    /// A scroll bar with this property lies over the content, whose width then does not depend on
+    /// whether there is one.
+    static constexpr const char* scrollBarOverlaps = "scrollBarOverlaps";
+
     ConsoleStyle();
 
     /// Makes it the application's style, and Inter its font.

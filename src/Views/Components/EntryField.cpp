@@ -16,7 +16,6 @@ EntryField::EntryField(const QString& placeholder, QWidget* parent)
 {
     setPlaceholderText(placeholder);
     setAccessibleName(placeholder);
-    setTextMargins(4, 0, 4, 0);
 }
 
 bool EntryField::event(QEvent* event)

@@ -5,7 +5,7 @@
 
 /// Controls that belong together, in a box with rounded corners, with a heading above it where it
 /// has a title.
-class GroupBox final : public QWidget {
+class GroupBox : public QWidget {
 public:
     /// An empty title is no heading.
     explicit GroupBox(const QString& title, QWidget* parent = nullptr);

@@ -14,11 +14,10 @@ constexpr double radius = 6;
 }
 
 MinutesField::MinutesField(QWidget* parent)
-    : QLineEdit(parent)
+    : EntryField(u"Min"_s, parent)
 {
     setFrame(false);
     setFont(Fonts::system(22, QFont::DemiBold));
-    setPlaceholderText(u"Min"_s);
     setAccessibleName(u"Minutes"_s);
     setFixedSize(88, 46);
     setTextMargins(10, 0, 8, 0);
@@ -33,5 +32,5 @@ void MinutesField::paintEvent(QPaintEvent* event)
     if (hasFocus())
         drawFocusRing(painter, rect(), radius, palette());
     painter.end();
-    QLineEdit::paintEvent(event);
+    EntryField::paintEvent(event);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QLineEdit>
+#include "Views/Components/EntryField.h"
 
 /// The large field for the minutes of a countdown.
-class MinutesField final : public QLineEdit {
+class MinutesField final : public EntryField {
 public:
     explicit MinutesField(QWidget* parent = nullptr);
 

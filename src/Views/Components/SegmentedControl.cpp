@@ -21,7 +21,7 @@ public:
     {
         setText(label);
         setCheckable(true);
-        setFocusPolicy(Qt::TabFocus);
+        setFocusPolicy(Qt::NoFocus);
         setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     }
 
@@ -62,11 +62,13 @@ SegmentedControl::SegmentedControl(const QStringList& labels, QWidget* parent)
         row->addWidget(segment);
         m_group.addButton(segment, static_cast<int>(m_group.buttons().size()));
     }
-    m_group.button(0)->setChecked(true);
     QObject::connect(&m_group, &QButtonGroup::idToggled, this, [this](int position, bool isOn) {
+        // From either side the Tab key comes to what is chosen.
+        m_group.button(position)->setFocusPolicy(isOn ? Qt::TabFocus : Qt::NoFocus);
         if (isOn && onChoice)
             onChoice(position);
     });
+    m_group.button(0)->setChecked(true);
 }
 
 void SegmentedControl::paintEvent(QPaintEvent*)

@@ -42,7 +42,7 @@ void Stepper::stepBy(int steps)
 
 QSize Stepper::sizeHint() const
 {
-    return {92, 26};
+    return {84, 22};
 }
 
 QAbstractSpinBox::StepEnabled Stepper::stepEnabled() const

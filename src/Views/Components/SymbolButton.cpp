@@ -18,6 +18,7 @@ SymbolButton::SymbolButton(const QString& symbol, const QString& name, int size,
     , m_size(size)
 {
     setAccessibleName(name);
+    setContentsMargins(margin, margin, margin, margin);
     setFocusPolicy(Qt::TabFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
@@ -30,7 +31,7 @@ void SymbolButton::setSymbol(const QString& symbol)
 
 QSize SymbolButton::sizeHint() const
 {
-    return {m_size + 2 * margin, m_size + 2 * margin};
+    return QSize(m_size, m_size).grownBy(contentsMargins());
 }
 
 void SymbolButton::enterEvent(QEnterEvent* event)
@@ -58,8 +59,7 @@ void SymbolButton::paintEvent(QPaintEvent*)
     }
     if (!isEnabled())
         painter.setOpacity(0.35);
-    paintSymbol(painter, m_symbol, QRectF(rect()).adjusted(margin, margin, -margin, -margin),
-        isEnabled() && underMouse() ? text : secondary);
+    paintSymbol(painter, m_symbol, contentsRect(), isEnabled() && underMouse() ? text : secondary);
     if (showsFocus(*this))
         drawFocusRing(painter, rect(), 6, palette());
 }

@@ -2,7 +2,8 @@
 
 #include <QAbstractButton>
 
-/// A symbol (see paintSymbol) to click, without a border.
+/// A symbol (see paintSymbol) to click, without a border. Its contents margins are around the
+/// symbol and can be clicked, too.
 class SymbolButton final : public QAbstractButton {
 public:
     /// `name` is the accessible name; `size` is that of the symbol, in points of the screen.

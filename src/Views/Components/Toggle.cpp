@@ -9,6 +9,7 @@ Toggle::Toggle(const QString& label, QWidget* parent)
     : QCheckBox(label, parent)
 {
     setFocusPolicy(Qt::TabFocus);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }
 
 QSize Toggle::minimumSizeHint() const

@@ -6,7 +6,7 @@
 /// A large button of one colour for what runs the show. It takes the width it is given.
 ///
 /// Its text is white, and shrinks to half its size before it is cut.
-class TransportButton final : public QAbstractButton {
+class TransportButton : public QAbstractButton {
 public:
     /// `fontSize` in points of the screen.
     TransportButton(
