@@ -1,7 +1,7 @@
 #include "Net/UDPServer.h"
 
-#include <QEventLoop>
 #include <QDir>
+#include <QEventLoop>
 #include <QTest>
 
 #include <array>

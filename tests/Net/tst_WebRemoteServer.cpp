@@ -66,6 +66,19 @@ struct Remote {
     QStringList commands;
 };
 
+/// Counts how often a socket has something to do.
+class SocketActivity : public QObject {
+public:
+    bool eventFilter(QObject* /*receiver*/, QEvent* event) override
+    {
+        if (event->type() == QEvent::SockAct)
+            ++count;
+        return false;
+    }
+
+    int count = 0;
+};
+
 /// This process's sockets that listen.
 QList<int> listeners()
 {
@@ -260,12 +273,13 @@ private Q_SLOTS:
     /// Those who come when there are no descriptors wait for them, and cost nothing meanwhile.
     void outlivesAShortageOfDescriptors()
     {
+#ifdef __SANITIZE_ADDRESS__
+        QSKIP("The sanitizers need descriptors for their own checks");
+#endif
         Remote remote;
         const std::array peers {remote.peer(), remote.peer(), remote.peer()};
-        // Also once before the shortage: the sanitizers need a descriptor to look at the loop's
-        // type.
-        QEventLoop loop;
-        loop.processEvents();
+        SocketActivity activity;
+        QCoreApplication::instance()->installEventFilter(&activity);
         rlimit before {};
         getrlimit(RLIMIT_NOFILE, &before);
         const int lowestFree = dup(STDERR_FILENO);
@@ -273,12 +287,10 @@ private Q_SLOTS:
         rlimit none = before;
         none.rlim_cur = static_cast<rlim_t>(lowestFree);
         setrlimit(RLIMIT_NOFILE, &none);
-        // Were the listener still watched, there would be no end of events.
-        int turns = 0;
-        while (turns < 1000 && loop.processEvents())
-            ++turns;
+        for (int turn = 0; turn < 100; ++turn)
+            QCoreApplication::processEvents();
         setrlimit(RLIMIT_NOFILE, &before);
-        QVERIFY(turns < 1000);
+        QVERIFY(activity.count < 5);
         for (const auto& peer : peers) {
             peer->send("GET /state\r\n\r\n");
             QTRY_VERIFY(peer->receiveAll());
