@@ -188,7 +188,7 @@ void MainMenu::showAbout()
         m_about->setIconPixmap(QApplication::windowIcon().pixmap(QSize(64, 64)));
         m_about->setText(QApplication::applicationName());
         m_about->setInformativeText(u"Version "_s + QApplication::applicationVersion());
-        m_about->addButton(QMessageBox::Ok);
+        m_about->addButton(u"OK"_s, QMessageBox::AcceptRole);
     }
     m_about->show();
     bringToFront(*m_about);

@@ -110,7 +110,12 @@ HelpWindowController::HelpWindowController(Preferences& preferences)
 {
 }
 
-HelpWindowController::~HelpWindowController() = default;
+HelpWindowController::~HelpWindowController()
+{
+    // Not every end of the program closes its windows.
+    if (m_window)
+        storeSize();
+}
 
 void HelpWindowController::openHelp()
 {
@@ -128,10 +133,15 @@ void HelpWindowController::openHelp()
 
 void HelpWindowController::windowWillClose()
 {
-    const QSize size = m_window->size();
-    m_preferences.setText(frameKey.toString(), u"%1x%2"_s.arg(size.width()).arg(size.height()));
+    storeSize();
     // It is still handling its own end.
     m_window.release()->deleteLater();
+}
+
+void HelpWindowController::storeSize()
+{
+    const QSize size = m_window->size();
+    m_preferences.setText(frameKey.toString(), u"%1x%2"_s.arg(size.width()).arg(size.height()));
 }
 
 QSize HelpWindowController::storedSize() const

@@ -28,6 +28,7 @@ public:
 
 private:
     void windowWillClose();
+    void storeSize();
     [[nodiscard]] QSize storedSize() const;
 
     Preferences& m_preferences;

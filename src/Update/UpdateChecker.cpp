@@ -4,6 +4,7 @@
 #include "Support/Overloaded.h"
 #include "Support/StrictJson.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QLabel>
 #include <QPushButton>
@@ -15,6 +16,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::milliseconds checkInterval = std::chrono::hours(24);
+
+/// In points.
+constexpr QSize iconSize(64, 64);
 
 const QString couldNotCheck = u"Couldn’t check for updates"_s;
 
@@ -135,7 +139,7 @@ void UpdateChecker::showAlert(
 {
     const auto alert = m_alerts.insert(m_alerts.end(), std::make_unique<QMessageBox>());
     QMessageBox& box = **alert;
-    box.setIcon(QMessageBox::Information);
+    box.setIconPixmap(QApplication::windowIcon().pixmap(iconSize));
     box.setWindowTitle(u"Tarrow"_s);
     box.setText(message);
     box.setInformativeText(informativeText);

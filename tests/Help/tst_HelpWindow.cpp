@@ -43,6 +43,7 @@ private Q_SLOTS:
     void opensInTheMiddleAsLargeAsItWas_data();
     void opensInTheMiddleAsLargeAsItWas();
     void opensAgainAtTheTop();
+    void keepsItsSizeWhenTheProgramEnds();
     void followsTheAppearance();
 };
 
@@ -129,6 +130,17 @@ void HelpWindowTest::opensAgainAtTheTop()
     QCOMPARE(viewOf(help)->verticalScrollBar()->value(), 0);
     help.window()->resize(1, 1);
     QCOMPARE(help.window()->size(), QSize(460, 400));
+}
+
+void HelpWindowTest::keepsItsSizeWhenTheProgramEnds()
+{
+    MemoryPreferences preferences;
+    {
+        HelpWindowController help(preferences);
+        help.openHelp();
+        help.window()->resize(511, 421);
+    }
+    QCOMPARE(preferences.texts[HelpWindowController::frameKey.toString()], u"511x421"_s);
 }
 
 void HelpWindowTest::followsTheAppearance()

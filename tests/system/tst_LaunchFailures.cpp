@@ -110,19 +110,23 @@ private Q_SLOTS:
 void LaunchFailuresTest::runsTheTimer_data()
 {
     QTest::addColumn<Break>("breakIt");
+    QTest::addColumn<QByteArray>("told");
 
-    QTest::newRow("datagram port taken") << Break(takeTheDatagramPort);
-    QTest::newRow("no session bus") << Break(breakTheSessionBus);
-    QTest::newRow("no NDI runtime") << Break(leaveOutTheRuntime);
-    QTest::newRow("no deck") << Break(enableTheMissingDeck);
-    QTest::newRow("nothing can be written") << Break(refuseEveryWrite);
-    QTest::newRow("garbled running order") << Break(garbleTheRunningOrder);
-    QTest::newRow("no resources") << Break(loseTheResources);
+    QTest::newRow("datagram port taken") << Break(takeTheDatagramPort) << QByteArray();
+    QTest::newRow("no session bus")
+        << Break(breakTheSessionBus) << QByteArray("Displays are not kept awake");
+    QTest::newRow("no NDI runtime") << Break(leaveOutTheRuntime) << QByteArray("NDI");
+    QTest::newRow("no deck") << Break(enableTheMissingDeck) << QByteArray();
+    QTest::newRow("nothing can be written") << Break(refuseEveryWrite) << QByteArray();
+    QTest::newRow("garbled running order") << Break(garbleTheRunningOrder) << QByteArray();
+    QTest::newRow("no resources") << Break(
+        loseTheResources) << QByteArray("Info.json is not where the program's resources are");
 }
 
 void LaunchFailuresTest::runsTheTimer()
 {
     QFETCH(Break, breakIt);
+    QFETCH(QByteArray, told);
 
     Breakage breakage;
     breakage.store({});
@@ -135,6 +139,7 @@ void LaunchFailuresTest::runsTheTimer()
     QVERIFY2(program.waitForLog("command go"), program.log().constData());
     const QByteArray state = breakage.request("/state");
     QVERIFY2(state.contains(R"("phase":"running")"), state.constData());
+    QVERIFY2(program.log().contains(told), program.log().constData());
     program.process().terminate();
     QVERIFY(program.waitForEnd());
     QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);

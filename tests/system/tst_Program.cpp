@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QLocalServer>
 #include <QScopeGuard>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -50,6 +52,7 @@ private Q_SLOTS:
     void holdsThePortWithinItsRange_data();
     void holdsThePortWithinItsRange();
     void keepsTheDisplaysAwakeUntilItEnds();
+    void asksTheFeedOfItsPackage();
     void outlivesTheReaderOfItsLog();
     void startsWithItsStreamsClosed();
 };
@@ -253,6 +256,28 @@ void ProgramTest::keepsTheDisplaysAwakeUntilItEnds()
     program.process().terminate();
     QVERIFY(program.waitForEnd());
     QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
+}
+
+void ProgramTest::asksTheFeedOfItsPackage()
+{
+    const QTemporaryDir folder;
+    QTcpServer feed;
+    QVERIFY(feed.listen(QHostAddress::LocalHost));
+    RunningProgram program;
+    const QString copy = folder.filePath(u"tarrow"_s);
+    QVERIFY(QFile::copy(program.process().program(), copy));
+    QVERIFY(QDir(folder.path()).mkpath(u"share/tarrow"_s));
+    QFile information(folder.filePath(u"share/tarrow/Info.json"_s));
+    QVERIFY(information.open(QIODevice::WriteOnly));
+    information.write(R"({"TRUpdateFeedURL":"http://127.0.0.1:)"
+        + QByteArray::number(feed.serverPort()) + R"(/feed"})");
+    information.close();
+    program.process().setProgram(copy);
+    QVERIFY(program.start());
+    QVERIFY(feed.waitForNewConnection(10'000));
+    QTcpSocket* request = feed.nextPendingConnection();
+    QVERIFY(request->waitForReadyRead(10'000));
+    QVERIFY(request->readAll().startsWith("GET /feed HTTP/1.1"));
 }
 
 void ProgramTest::outlivesTheReaderOfItsLog()

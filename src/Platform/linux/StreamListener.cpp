@@ -26,8 +26,8 @@ constexpr int acceptsPerTurn = 64;
 /// A peer that still sends when its answer is out is listened to for a while: closing on unread
 /// bytes would reset the connection, and that can cost the peer the answer.
 constexpr auto sweepInterval = 5s;
-constexpr qsizetype mostToDrop = 16 * 1024 * 1024;
-constexpr size_t dropSize = 1024 * 1024;
+constexpr qsizetype mostToDrop = 16'777'216;
+constexpr size_t dropSize = 1'048'576;
 
 /// After this much time there may be descriptors that others have given back.
 constexpr auto resumeDelay = 500ms;
