@@ -19,7 +19,7 @@ namespace {
 /// must not stop the show.
 std::optional<double> minutesFrom(const QString& text)
 {
-    constexpr double mostSeconds = static_cast<double>(std::numeric_limits<qint64>::max());
+    constexpr auto mostSeconds = static_cast<double>(std::numeric_limits<qint64>::max());
     const std::optional<double> minutes = parseNumber(text);
     if (!minutes || !(std::abs(*minutes * 60) < mostSeconds))
         return std::nullopt;
