@@ -5,13 +5,16 @@
 
 #include <QMutex>
 #include <QObject>
-#include <QSemaphore>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <utility>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -23,8 +26,8 @@ constexpr auto writeQueueName = "com.quillfen.plinth.streamdeck.write"_L1;
 constexpr uint threadStackBytes = 0x80000;
 /// How long stop() waits for the thread.
 constexpr unsigned long stopPatienceInMilliseconds = 500;
-/// How long a deck that takes nothing may hold up flushWrites().
-constexpr int writePatienceInMilliseconds = 3000;
+/// How long a deck that takes nothing at all may hold up flushWrites().
+constexpr auto writePatience = 3s;
 
 constexpr qint64 defaultInputReportSize = 64;
 
@@ -204,41 +207,97 @@ void StreamDeckHID::Session::teardownDevice()
 class StreamDeckHID::WriteQueue {
 public:
     WriteQueue()
+        : m_thread(QThread::create([state = m_state] { state->run(); }))
     {
         m_thread->setObjectName(writeQueueName);
-        m_context->moveToThread(m_thread.get());
         m_thread->start();
     }
     WriteQueue(const WriteQueue&) = delete;
     WriteQueue& operator=(const WriteQueue&) = delete;
 
+    /// Does first what is still to be done.
     ~WriteQueue()
     {
-        m_thread->quit();
-        if (m_thread->wait(QDeadlineTimer(writePatienceInMilliseconds)))
+        m_state->end();
+        if (flush() && m_thread->wait())
             return;
         // The system holds up a write for good: the process ends without it.
         [[maybe_unused]] const auto* thread = m_thread.release();
-        [[maybe_unused]] const auto* context = m_context.release();
     }
 
-    void add(const std::function<void()>& work)
-    {
-        QMetaObject::invokeMethod(m_context.get(), work, Qt::QueuedConnection);
-    }
+    void add(std::function<void()> work) { m_state->add(std::move(work)); }
 
-    void flush()
-    {
-        // Shared, since the work may come to it after the wait is over.
-        const auto done = std::make_shared<QSemaphore>();
-        add([done] { done->release(); });
-        if (!done->tryAcquire(1, writePatienceInMilliseconds))
-            qCWarning(controlLog, "Stream Deck: the deck does not take what is written to it");
-    }
+    /// False when nothing has been done for so long that nothing will be.
+    bool flush() { return m_state->waitUntilDone(); }
 
 private:
-    std::unique_ptr<QThread> m_thread = std::make_unique<QThread>();
-    std::unique_ptr<QObject> m_context = std::make_unique<QObject>();
+    /// It may outlive the queue if the system holds up the thread. Its mutex and its condition are
+    /// the standard library's, which the thread sanitizer sees.
+    class State {
+    public:
+        void run()
+        {
+            std::unique_lock lock(m_mutex);
+            for (;;) {
+                m_changed.wait(lock, [this] { return m_isEnding || !m_works.isEmpty(); });
+                if (m_works.isEmpty())
+                    return;
+                auto work = m_works.takeFirst();
+                lock.unlock();
+                work();
+                // It lets go of its device before it counts as done.
+                work = nullptr;
+                lock.lock();
+                ++m_done;
+                m_changed.notify_all();
+            }
+        }
+
+        void add(std::function<void()> work)
+        {
+            const std::lock_guard lock(m_mutex);
+            m_works.append(std::move(work));
+            ++m_added;
+            m_changed.notify_all();
+        }
+
+        void end()
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isEnding = true;
+            m_changed.notify_all();
+        }
+
+        bool waitUntilDone()
+        {
+            std::unique_lock lock(m_mutex);
+            const quint64 last = m_added;
+            while (m_done < last) {
+                const quint64 before = m_done;
+                if (m_doneWhenHeldUp == before)
+                    return false;
+                if (m_changed.wait_for(lock, writePatience, [&] { return m_done != before; }))
+                    continue;
+                qCWarning(controlLog, "Stream Deck: the deck does not take what is written to it");
+                m_doneWhenHeldUp = before;
+                return false;
+            }
+            return true;
+        }
+
+    private:
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
+        QList<std::function<void()>> m_works;
+        quint64 m_added = 0;
+        quint64 m_done = 0;
+        /// How many were done when the patience ended: while it is so many, nobody waits again.
+        std::optional<quint64> m_doneWhenHeldUp;
+        bool m_isEnding = false;
+    };
+
+    std::shared_ptr<State> m_state = std::make_shared<State>();
+    std::unique_ptr<QThread> m_thread;
 };
 
 StreamDeckHID::StreamDeckHID(ManagerFactory makeManager)
@@ -277,6 +336,8 @@ void StreamDeckHID::stop()
     // The system holds it up; it ends by itself when it is let go.
     QThread* thread = m_thread.release();
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    if (thread->isFinished())
+        thread->deleteLater();
 }
 
 void StreamDeckHID::rescan()

@@ -59,8 +59,8 @@ public:
     /// Has these reports written one after the other, with nothing in between. Does nothing
     /// without a deck, like everything that is written.
     void sendKeyPackets(const QList<QByteArray>& reports);
-    /// Returns when all that was to be written has been written, or after three seconds with a
-    /// deck that does not take it.
+    /// Returns when all that was to be written has been written, however slow the deck is, or
+    /// after three seconds in which it has taken nothing.
     void flushWrites();
 
 private:

@@ -89,8 +89,8 @@ void StreamDeckManager::blankToBlack()
 
 void StreamDeckManager::handleConnect(const StreamDeckModel& model)
 {
-    // Gone again while the news was on its way.
-    if (!m_hid->model())
+    // Gone again while the news was on its way, or another deck is there by now.
+    if (m_hid->model() != model)
         return;
     m_model = model;
     connectedModelName = model.name;
@@ -142,6 +142,12 @@ void StreamDeckManager::send(const StreamDeckImage::KeyFace& face, int key)
         m_hid->sendKeyPackets(
             StreamDeckImage::packets(*image, m_model->mirroredKey(key), *m_model));
     }
+}
+
+bool StreamDeckManager::drawsKeys() const
+{
+    // The news that the deck has gone may still be on its way, and another one be open already.
+    return m_model && m_model->hasDisplays() && m_hid->model() == m_model;
 }
 
 void StreamDeckManager::fire(const StreamDeckRole& role)

@@ -46,7 +46,7 @@ private:
     void handleKeyChange(int key, bool pressed);
     void renderAll(Redraw redraw);
     void send(const StreamDeckImage::KeyFace& face, int key);
-    [[nodiscard]] bool drawsKeys() const { return m_model && m_model->hasDisplays(); }
+    [[nodiscard]] bool drawsKeys() const;
     void fire(const StreamDeckRole& role);
     void fire(StreamDeckRole::Plain role);
 

@@ -1,7 +1,7 @@
 #include "Net/UDPServer.h"
 
-#include <QAbstractEventDispatcher>
 #include <QDir>
+#include <QEventLoop>
 #include <QTest>
 
 #include <array>
@@ -403,7 +403,7 @@ private Q_SLOTS:
 
         // Were the descriptor still watched, there would be no end of events.
         int events = 0;
-        while (QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents))
+        while (QEventLoop().processEvents(QEventLoop::AllEvents))
             QVERIFY(++events < 1000);
         QCOMPARE(listener.statuses.size(), restarts ? 2 : 1);
         QCOMPARE(log.size(), restarts ? 1 : 0);

@@ -2,7 +2,7 @@
 
 #include "helpers/SessionBus.h"
 
-#include <QAbstractEventDispatcher>
+#include <QEventLoop>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QTest>
@@ -131,7 +131,7 @@ void DisplaySleepAssertionTest::outlivesItsBus()
 
     bus.kill();
     // A loop that kept waking for the dead descriptor would never come to rest.
-    QTRY_VERIFY(!QCoreApplication::eventDispatcher()->processEvents(QEventLoop::AllEvents));
+    QTRY_VERIFY(!QEventLoop().processEvents(QEventLoop::AllEvents));
     m_assertion->release(FakeScreenSaver::cookie);
     QCOMPARE_LE(logLines.size(), 1);
 }

@@ -36,7 +36,7 @@ struct Rig {
     /// With one deck of that kind.
     void start(qint64 productID)
     {
-        fake.attached = {deck(productID)};
+        fake.setAttached({deck(productID)});
         hid.start();
         fake.settle();
     }
@@ -183,7 +183,7 @@ void StreamDeckHIDTest::givesRoomForReports()
 void StreamDeckHIDTest::drivesOneDeckAtATime()
 {
     Rig rig;
-    rig.fake.attached = {deck(xl, "one"), deck(mini, "two")};
+    rig.fake.setAttached({deck(xl, "one"), deck(mini, "two")});
     rig.hid.start();
     rig.fake.settle();
     QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
@@ -343,7 +343,7 @@ void StreamDeckHIDTest::closesTheDeckWithoutAWord()
 void StreamDeckHIDTest::stopsWhileADeckIsBeingOpened()
 {
     Rig rig;
-    rig.fake.attached = {deck(xl)};
+    rig.fake.setAttached({deck(xl)});
     rig.fake.openable.acquire(rig.fake.openable.available());
     rig.hid.start();
     rig.fake.openings.acquire();

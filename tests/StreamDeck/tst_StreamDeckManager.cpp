@@ -116,6 +116,7 @@ private Q_SLOTS:
     void takesNoMinuteBelowSixtyOneSeconds();
     void stepsThroughTheRunningOrder();
     void goesAwayWithTheDeck();
+    void sendsADeckNothingThatWasMeantForAnother();
     void switchesOffWithoutAWord();
     void rescanSwitchesOn();
     void clearsTheMessageBeforeItLooksAgain();
@@ -338,6 +339,24 @@ void StreamDeckManagerTest::goesAwayWithTheDeck()
     QCOMPARE(rig.engine.phase.value(), Phase::running);
 }
 
+void StreamDeckManagerTest::sendsADeckNothingThatWasMeantForAnother()
+{
+    // Decks come and go while the main thread is busy; then it hears of all at once.
+    Rig rig;
+    rig.fake.attach({"one", "/dev/one", xl});
+    rig.fake.detach("one");
+    const QList<QByteArray> freshMini = rig.connect(mini);
+    QCOMPARE(rig.manager->connectedModelName.value(), u"Stream Deck Mini"_s);
+    QCOMPARE(keysOf(freshMini), (QList {0, 1, 2, 3, 4, 5}));
+
+    // The mini's blackout key, which changes two faces.
+    QByteArray down(7, '\0');
+    down[3] = 1;
+    rig.fake.report(down);
+    rig.fake.detach("one");
+    QCOMPARE(rig.connect(xl).constFirst().first(9), "feature\x03\x08");
+}
+
 void StreamDeckManagerTest::switchesOffWithoutAWord()
 {
     Rig rig;
@@ -354,7 +373,7 @@ void StreamDeckManagerTest::switchesOffWithoutAWord()
 void StreamDeckManagerTest::rescanSwitchesOn()
 {
     Rig rig(Stored {});
-    rig.fake.attached = {{"one", "/dev/one", xl}};
+    rig.fake.setAttached({{"one", "/dev/one", xl}});
     rig.manager->rescan();
     QVERIFY(rig.manager->enabled);
     QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"true"_s);

@@ -1,10 +1,12 @@
 #include "helpers/FakeDecks.h"
 
 #include <QString>
-#include <QWaitCondition>
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <map>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -15,9 +17,11 @@
 #include <umockdev.h>
 #include <unistd.h>
 
+using namespace std::chrono_literals;
+
 namespace {
 
-constexpr int patienceInMilliseconds = 10'000;
+constexpr auto patience = 10s;
 /// What the report descriptor below says, with the report's number.
 constexpr int inputReportLength = 512;
 
@@ -71,8 +75,9 @@ struct FakeDecks::Testbed {
     void read(const std::stop_token& stop, int number, int descriptor);
 
     UMockdevTestbed* testbed = umockdev_testbed_new();
-    QMutex mutex;
-    QWaitCondition changed;
+    // The thread sanitizer does not see into Qt's.
+    std::mutex mutex;
+    std::condition_variable changed;
     std::map<int, Deck> decks;
 };
 
@@ -84,8 +89,7 @@ FakeDecks::FakeDecks()
 FakeDecks::~FakeDecks()
 {
     for (auto& [number, deck] : m_testbed->decks) {
-        deck.reader.request_stop();
-        deck.reader.join();
+        hang(number);
         close(deck.keptOpen);
         g_object_unref(deck.features);
     }
@@ -107,12 +111,12 @@ gboolean FakeDecks::Testbed::handleFeature(
     umockdev_ioctl_data_retrieve(bytes, &copy, &count);
     auto* testbed = static_cast<Testbed*>(self);
     {
-        const QMutexLocker lock(&testbed->mutex);
+        const std::lock_guard lock(testbed->mutex);
         for (auto& [number, deck] : testbed->decks) {
             if (deck.features == features)
                 deck.featureReports.append(QByteArray(reinterpret_cast<char*>(copy), count));
         }
-        testbed->changed.wakeAll();
+        testbed->changed.notify_all();
     }
     g_free(copy);
     g_object_unref(bytes);
@@ -131,9 +135,9 @@ void FakeDecks::Testbed::read(const std::stop_token& stop, int number, int descr
         const auto length = ::read(descriptor, buffer.data(), buffer.size());
         if (length <= 0)
             return;
-        const QMutexLocker lock(&mutex);
+        const std::lock_guard lock(mutex);
         decks[number].written.append(buffer.data(), length);
-        changed.wakeAll();
+        changed.notify_all();
     }
 }
 
@@ -147,7 +151,7 @@ void FakeDecks::plug(int number, int productID)
 
     const QByteArray path = "/sys" + hidrawPath(number, productID);
     {
-        const QMutexLocker lock(&testbed.mutex);
+        const std::lock_guard lock(testbed.mutex);
         Testbed::Deck& deck = testbed.decks[number];
         deck.path = path;
         deck.node = "/dev/hidraw" + QByteArray::number(number);
@@ -172,6 +176,14 @@ void FakeDecks::unplug(int number)
     umockdev_testbed_uevent(m_testbed->testbed, path.constData(), "remove");
 }
 
+void FakeDecks::hang(int number)
+{
+    std::jthread& reader = m_testbed->decks[number].reader;
+    reader.request_stop();
+    if (reader.joinable())
+        reader.join();
+}
+
 void FakeDecks::sendReport(int number, const QByteArray& report)
 {
     const int descriptor = m_testbed->decks[number].descriptor;
@@ -183,25 +195,23 @@ void FakeDecks::sendReport(int number, const QByteArray& report)
 
 QByteArray FakeDecks::takeReport(int number, qsizetype length)
 {
-    const QMutexLocker lock(&m_testbed->mutex);
+    std::unique_lock lock(m_testbed->mutex);
     QByteArray& written = m_testbed->decks[number].written;
-    while (written.size() < length) {
-        if (!m_testbed->changed.wait(&m_testbed->mutex, patienceInMilliseconds))
-            return {};
-    }
-    const QByteArray report = written.first(length);
+    if (!m_testbed->changed.wait_for(lock, patience, [&] { return written.size() >= length; }))
+        return {};
+    QByteArray report = written.first(length);
     written.remove(0, length);
     return report;
 }
 
 QByteArray FakeDecks::takeAll(int number)
 {
-    const QMutexLocker lock(&m_testbed->mutex);
+    const std::lock_guard lock(m_testbed->mutex);
     return std::exchange(m_testbed->decks[number].written, {});
 }
 
 QList<QByteArray> FakeDecks::featureReports(int number)
 {
-    const QMutexLocker lock(&m_testbed->mutex);
+    const std::lock_guard lock(m_testbed->mutex);
     return m_testbed->decks[number].featureReports;
 }

@@ -1,13 +1,9 @@
 #pragma once
 
 #include <QByteArray>
-#include <QHash>
 #include <QList>
-#include <QMutex>
 
-#include <functional>
 #include <memory>
-#include <optional>
 
 /// Stream Decks that do not exist, on the real udev and hidraw interfaces. For tests that run
 /// under umockdev-wrapper; the programs they start see the decks, too. Made before these programs.
@@ -21,6 +17,8 @@ public:
     /// Plugs a deck in, and tells udev's listeners. `number` is its node's, and must be new.
     void plug(int number, int productID);
     void unplug(int number);
+    /// The deck takes nothing any more of what is written to it.
+    void hang(int number);
 
     /// The deck sends an input report.
     void sendReport(int number, const QByteArray& report);

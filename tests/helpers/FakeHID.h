@@ -4,27 +4,31 @@
 
 #include <QMutex>
 #include <QSemaphore>
-#include <QWaitCondition>
 
 #include <atomic>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <semaphore>
 #include <utility>
 
 /// Human interface devices that exist in the test alone. Everything may be called from any thread.
+///
+/// What the threads wait with is the standard library's where data go along with it, since the
+/// thread sanitizer does not see into Qt's.
 class FakeHID {
 public:
     /// What one device was given, in order; a feature report begins with "feature".
     struct Device {
         QMutex mutex;
         QList<QByteArray> written;
-        bool isOpen = false;
+        std::atomic<bool> isOpen = false;
         /// A write takes one of them first.
         QSemaphore writable {1'000'000};
         qsizetype bufferLength = 0;
     };
 
-    /// What the next start finds, and what it says.
-    QList<HIDDeviceInfo> attached;
+    /// What the next start says.
     int openError = 0;
     int deviceOpenError = 0;
     std::optional<qint64> maxInputReportSize;
@@ -38,15 +42,29 @@ public:
         return std::make_unique<Manager>(*this);
     }
 
+    /// What the next start finds.
+    void setAttached(const QList<HIDDeviceInfo>& infos)
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_attached = infos;
+    }
+
     // On the manager's thread; they return when all of it has been done.
     void attach(const HIDDeviceInfo& info)
     {
-        attached.append(info);
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_attached.append(info);
+        }
         perform([this, info] { m_manager->onMatch(info); });
     }
     void detach(const QByteArray& identity)
     {
-        attached.removeIf([&](const HIDDeviceInfo& info) { return info.identity == identity; });
+        {
+            const QMutexLocker lock(&m_mutex);
+            m_attached.removeIf(
+                [&](const HIDDeviceInfo& info) { return info.identity == identity; });
+        }
         perform([this, identity] { m_manager->onRemoval(identity); });
     }
     void report(const QByteArray& bytes)
@@ -59,11 +77,16 @@ public:
     }
 
     /// The device that was opened last.
-    [[nodiscard]] std::shared_ptr<Device> device() const { return m_device; }
+    [[nodiscard]] std::shared_ptr<Device> device() const
+    {
+        const QMutexLocker lock(&m_mutex);
+        return m_device;
+    }
     [[nodiscard]] QList<QByteArray> written() const
     {
-        const QMutexLocker lock(&m_device->mutex);
-        return m_device->written;
+        const auto opened = device();
+        const QMutexLocker lock(&opened->mutex);
+        return opened->written;
     }
 
 private:
@@ -73,9 +96,9 @@ private:
             : m_device(std::move(device))
             , m_maxInputReportSize(maxInputReportSize)
         {
-            setOpen(true);
+            m_device->isOpen = true;
         }
-        ~OpenDevice() override { setOpen(false); }
+        ~OpenDevice() override { m_device->isOpen = false; }
 
         [[nodiscard]] std::optional<qint64> maxInputReportSize() const override
         {
@@ -88,11 +111,6 @@ private:
         }
 
     private:
-        void setOpen(bool isOpen)
-        {
-            const QMutexLocker lock(&m_device->mutex);
-            m_device->isOpen = isOpen;
-        }
         void write(const QByteArray& report)
         {
             m_device->writable.acquire();
@@ -113,63 +131,70 @@ private:
         }
 
         int open() override { return m_fake.openError; }
-        QList<HIDDeviceInfo> devices() override { return m_fake.attached; }
+        QList<HIDDeviceInfo> devices() override
+        {
+            const QMutexLocker lock(&m_fake.m_mutex);
+            return m_fake.m_attached;
+        }
         Opened openDevice(const HIDDeviceInfo&) override
         {
             m_fake.openings.release();
             m_fake.openable.acquire();
             if (m_fake.deviceOpenError != 0)
                 return {.device = nullptr, .error = m_fake.deviceOpenError};
-            m_fake.m_device = std::make_shared<Device>();
-            return {
-                .device = std::make_shared<OpenDevice>(m_fake.m_device, m_fake.maxInputReportSize),
+            const auto opened = std::make_shared<Device>();
+            {
+                const QMutexLocker lock(&m_fake.m_mutex);
+                m_fake.m_device = opened;
+            }
+            return {.device = std::make_shared<OpenDevice>(opened, m_fake.maxInputReportSize),
                 .error = 0};
         }
         void listen(const std::shared_ptr<HIDDevice>&, qsizetype bufferLength) override
         {
-            m_fake.m_device->bufferLength = bufferLength;
+            m_fake.device()->bufferLength = bufferLength;
         }
         void stopListening() override { }
         void run() override
         {
             for (const HIDDeviceInfo& info : devices())
                 onMatch(info);
-            QMutexLocker lock(&m_mutex);
+            std::unique_lock lock(m_mutex);
             while (!m_isStopped) {
                 if (m_tasks.isEmpty()) {
-                    m_changed.wait(&m_mutex);
+                    m_changed.wait(lock);
                     continue;
                 }
                 const auto task = m_tasks.takeFirst();
                 lock.unlock();
                 task();
-                lock.relock();
+                lock.lock();
             }
         }
         void perform(std::function<void()> task) override
         {
-            const QMutexLocker lock(&m_mutex);
+            const std::lock_guard lock(m_mutex);
             m_tasks.append(std::move(task));
-            m_changed.wakeAll();
+            m_changed.notify_all();
         }
         void stop() override
         {
-            const QMutexLocker lock(&m_mutex);
+            const std::lock_guard lock(m_mutex);
             m_isStopped = true;
-            m_changed.wakeAll();
+            m_changed.notify_all();
         }
 
     private:
         FakeHID& m_fake;
-        QMutex m_mutex;
-        QWaitCondition m_changed;
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
         QList<std::function<void()>> m_tasks;
         bool m_isStopped = false;
     };
 
     void perform(const std::function<void()>& task)
     {
-        QSemaphore done;
+        std::binary_semaphore done(0);
         m_manager->perform([&] {
             task();
             done.release();
@@ -179,5 +204,7 @@ private:
 
     /// Of the last start; its thread keeps it until that has been stopped.
     Manager* m_manager = nullptr;
+    mutable QMutex m_mutex;
+    QList<HIDDeviceInfo> m_attached;
     std::shared_ptr<Device> m_device;
 };

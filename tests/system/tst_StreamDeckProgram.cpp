@@ -75,6 +75,7 @@ private Q_SLOTS:
     void paintsTheKeys();
     void followsTheKeys();
     void letsADeckComeAndGo();
+    void endsWithADeckThatTakesNothing();
 };
 
 void StreamDeckProgramTest::paintsTheKeys_data()
@@ -180,6 +181,22 @@ void StreamDeckProgramTest::letsADeckComeAndGo()
     const StreamDeckModel second = *StreamDeckModel::model(xl);
     for (int key = 0; key < second.keyCount; ++key)
         QCOMPARE(takePicture(decks, 3, second).key, key);
+}
+
+void StreamDeckProgramTest::endsWithADeckThatTakesNothing()
+{
+    FakeDecks decks;
+    decks.plug(0, original);
+    RunningProgram program;
+    program.setStoredText(u"sd.enabled"_s, u"true"_s);
+    QVERIFY(program.start());
+    QVERIFY(takePicture(decks, 0, *StreamDeckModel::model(original)).key >= 0);
+    decks.hang(0);
+    program.process().terminate();
+    QVERIFY(program.waitForLog("the deck does not take what is written to it"));
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.process().exitCode(), 0);
 }
 
 QTEST_GUILESS_MAIN(StreamDeckProgramTest)

@@ -210,7 +210,8 @@ void UdevHIDManager::stopListening()
 
 void UdevHIDManager::run()
 {
-    lookAgain();
+    if (m_monitor)
+        lookAgain();
     while (!m_isStopped) {
         enum { wakeUp, monitor, device, count };
         // A negative descriptor is passed over.
