@@ -23,14 +23,14 @@ constexpr qint64 bytesPerPixel = 4;
 /// The painter counts no further.
 constexpr int largestPaintedSide = 32767;
 
-/// The frame's size for the runtime, which counts lines and their bytes in 32 bits.
+/// The frame's size for the runtime, which counts pixels in 32 bits.
 QSize frameSize(const AppSettings& settings)
 {
     const qint64 width = std::max(settings.ndiWidth.value(), smallestSide);
     const qint64 height = std::max(settings.ndiHeight.value(), smallestSide);
     constexpr qint64 most = std::numeric_limits<qint32>::max();
     qint64 bytes = 0;
-    if (width > most / bytesPerPixel || height > most
+    if (width > most || height > most
         || __builtin_mul_overflow(width * bytesPerPixel, height, &bytes))
         trap(u"an NDI frame of %1 x %2 pixels"_s.arg(width).arg(height));
     return {static_cast<int>(width), static_cast<int>(height)};

@@ -42,7 +42,12 @@ struct VideoFrame {
     const char* metadata = nullptr;
     int64_t timestamp = 0;
 };
+static_assert(offsetof(VideoFrame, height) == 4);
+static_assert(offsetof(VideoFrame, fourCC) == 8);
+static_assert(offsetof(VideoFrame, frameRateNumerator) == 12);
+static_assert(offsetof(VideoFrame, frameRateDenominator) == 16);
 static_assert(offsetof(VideoFrame, pictureAspectRatio) == 20);
+static_assert(offsetof(VideoFrame, frameFormat) == 24);
 static_assert(offsetof(VideoFrame, timecode) == 32);
 static_assert(offsetof(VideoFrame, data) == 40);
 static_assert(offsetof(VideoFrame, lineStrideInBytes) == 48);

@@ -1,6 +1,5 @@
 #include "NDI/NDISender.h"
 
-#include "Support/ControlLog.h"
 #include "helpers/ChildProcess.h"
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
@@ -36,6 +35,13 @@ struct Stage {
         settings.ndiHeight = 32;
     }
 
+    void start()
+    {
+        QTest::ignoreMessage(
+            QtInfoMsg, qUtf8Printable(u"NDI sending as \"%1\""_s.arg(settings.ndiSourceName)));
+        sender.start();
+    }
+
     MemoryPreferences preferences;
     AppSettings settings {preferences};
     ManualClock clock;
@@ -48,22 +54,6 @@ struct Stage {
 
 class NDISenderTest : public QObject {
     Q_OBJECT
-
-private Q_SLOTS:
-    void init();
-    void looksForTheRuntime_data();
-    void looksForTheRuntime();
-    void saysWhatIsMissing_data();
-    void saysWhatIsMissing();
-    void startsAndStops();
-    void sendsFrames_data();
-    void sendsFrames();
-    void stopsAtASizeBeyondCounting_data();
-    void stopsAtASizeBeyondCounting();
-    void paintsWhatChanged();
-    void keepsStepWithTheRuntime_data();
-    void keepsStepWithTheRuntime();
-    void callsOnAGrid();
 
 private:
     /// What the runtime has been asked for since the last time.
@@ -78,241 +68,255 @@ private:
     }
 
     QTemporaryDir m_folder;
-};
 
-void NDISenderTest::init()
-{
-    qputenv("STAND_IN_NDI_LOG", QFile::encodeName(m_folder.filePath(u"log"_s)));
-    qunsetenv("STAND_IN_NDI");
-    setRuntime("NDI_RUNTIME_DIR_V6", u"runtime6"_s);
-    setRuntime("NDI_RUNTIME_DIR_V5", {});
-    (void)calls();
-}
-
-void NDISenderTest::looksForTheRuntime_data()
-{
-    QTest::addColumn<QString>("version6");
-    QTest::addColumn<QString>("version5");
-    QTest::addColumn<QString>("loaded");
-
-    const QString none = u"missing"_s;
-    QTest::newRow("the newer first") << u"runtime6"_s << u"runtime5"_s << u"runtime6"_s;
-    QTest::newRow("older library in the first place")
-        << u"runtime5"_s << u"runtime6"_s << u"runtime5"_s;
-    QTest::newRow("the next place") << none << u"runtime5"_s << u"runtime5"_s;
-    QTest::newRow("only the second is set") << QString() << u"runtime6"_s << u"runtime6"_s;
-    // The first library that opens is the only one that is asked.
-    QTest::newRow("no runtime in the library") << u"other"_s << u"runtime6"_s << QString();
-}
-
-void NDISenderTest::looksForTheRuntime()
-{
-    QFETCH(QString, version6);
-    QFETCH(QString, version5);
-    QFETCH(QString, loaded);
-    setRuntime("NDI_RUNTIME_DIR_V6", version6);
-    setRuntime("NDI_RUNTIME_DIR_V5", version5);
+private Q_SLOTS:
+    void init()
     {
-        const NDIBridge bridge;
-        QCOMPARE(bridge.isRuntimeAvailable(), !loaded.isEmpty());
+        qputenv("STAND_IN_NDI_LOG", QFile::encodeName(m_folder.filePath(u"log"_s)));
+        qunsetenv("STAND_IN_NDI");
+        setRuntime("NDI_RUNTIME_DIR_V6", u"runtime6"_s);
+        setRuntime("NDI_RUNTIME_DIR_V5", {});
+        (void)calls();
     }
-    const QStringList expected {u"load "_s + loaded, u"initialize"_s, u"destroy"_s};
-    QCOMPARE(calls(), loaded.isEmpty() ? QStringList() : expected);
-}
 
-void NDISenderTest::saysWhatIsMissing_data()
-{
-    QTest::addColumn<QByteArray>("amiss");
-    QTest::addColumn<QString>("line");
-
-    QTest::newRow("no table")
-        << QByteArray("no table")
-        << u"NDI runtime not found — install the NDI Tools/SDK runtime to enable NDI output"_s;
-    QTest::newRow("no sender") << QByteArray("refuses") << u"NDI: failed to create sender"_s;
-}
-
-void NDISenderTest::saysWhatIsMissing()
-{
-    QFETCH(QByteArray, amiss);
-    QFETCH(QString, line);
-    qputenv("STAND_IN_NDI", amiss);
-    Stage stage;
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        QTest::ignoreMessage(QtCriticalMsg, qUtf8Printable(line));
-        stage.sender.start();
-        QVERIFY(!stage.sender.isRunning());
-    }
-    stage.sender.tick();
-    QVERIFY(calls().filter(u"frame"_s).isEmpty());
-}
-
-void NDISenderTest::startsAndStops()
-{
+    void looksForTheRuntime_data()
     {
-        Stage stage;
-        QTest::ignoreMessage(QtInfoMsg, "NDI sending as \"Bühne\"");
-        stage.sender.start();
-        stage.sender.start();
-        QVERIFY(stage.sender.isRunning());
-        stage.settings.ndiSourceName = u"Saal"_s;
-        stage.sender.tick();
-        stage.sender.stop();
-        stage.sender.stop();
-        QVERIFY(!stage.sender.isRunning());
-        stage.sender.tick();
-        QTest::ignoreMessage(QtInfoMsg, "NDI sending as \"Saal\"");
-        stage.sender.start();
+        QTest::addColumn<QString>("version6");
+        QTest::addColumn<QString>("version5");
+        QTest::addColumn<QString>("loaded");
+        const auto row = [](const char* name, const char* version6, const char* version5,
+                             const char* loaded) {
+            QTest::newRow(name) << QString::fromLatin1(version6) << QString::fromLatin1(version5)
+                                << QString::fromLatin1(loaded);
+        };
+        row("the newer first", "runtime6", "runtime5", "runtime6");
+        row("older library in the first place", "runtime5", "runtime6", "runtime5");
+        row("the next place", "missing", "runtime5", "runtime5");
+        row("only the second is set", "", "runtime6", "runtime6");
+        // The first library that opens is the only one that is asked.
+        row("no runtime in the library", "other", "runtime6", "");
     }
-    QStringList expected {u"load runtime6"_s, u"initialize"_s, u"create Bühne none 1 0"_s,
-        u"frame"_s, u"destroy sender"_s, u"create Saal none 1 0"_s, u"destroy sender"_s,
-        u"destroy"_s};
-    QStringList seen = calls();
-    seen.replaceInStrings(QRegularExpression(u"^frame .*"_s), u"frame"_s);
-    QCOMPARE(seen, expected);
-}
+    void looksForTheRuntime()
+    {
+        QFETCH(const QString, version6);
+        QFETCH(const QString, version5);
+        QFETCH(const QString, loaded);
+        setRuntime("NDI_RUNTIME_DIR_V6", version6);
+        setRuntime("NDI_RUNTIME_DIR_V5", version5);
+        QCOMPARE(NDIBridge().isRuntimeAvailable(), !loaded.isEmpty());
+        const QStringList expected {u"load "_s + loaded, u"initialize"_s, u"destroy"_s};
+        QCOMPARE(calls(), loaded.isEmpty() ? QStringList() : expected);
+    }
 
-void NDISenderTest::sendsFrames_data()
-{
-    QTest::addColumn<qint64>("width");
-    QTest::addColumn<qint64>("height");
-    QTest::addColumn<QString>("frame");
+    void looksInThePlacesOfTheSystemLast()
+    {
+        const QStringList expected {standIns + u"/runtime6/libndi.so.6"_s,
+            QCoreApplication::applicationDirPath() + u"/../lib/tarrow/libndi.so.6"_s,
+            u"/usr/local/lib/libndi.so.6"_s, u"/usr/lib/libndi.so.6"_s, u"libndi.so.6"_s};
+        QCOMPARE(NDIBridge::runtimeCandidates().filter(u".6"_s), expected);
+    }
 
-    const QString form =
-        u"frame %1x%2 41524742 30000/1000 %3 1 synthesized %4 none 0, ends in 996633FF"_s;
-    QTest::newRow("full HD") << qint64(1920) << qint64(1080)
-                             << form.arg(1920).arg(1080).arg(u"1.7778"_s).arg(7680);
-    QTest::newRow("small") << qint64(15) << qint64(-3)
-                           << form.arg(16).arg(16).arg(u"1.0000"_s).arg(64);
-    QTest::newRow("odd") << qint64(17) << qint64(1001)
-                         << form.arg(17).arg(1001).arg(u"0.0170"_s).arg(68);
-}
-
-void NDISenderTest::sendsFrames()
-{
-    QFETCH(qint64, width);
-    QFETCH(qint64, height);
-    QFETCH(QString, frame);
-    Stage stage;
-    QTest::ignoreMessage(QtInfoMsg, "NDI sending as \"Bühne\"");
-    stage.sender.start();
-    stage.sender.tick();
-    (void)calls();
-    // A new size holds from the next frame on.
-    stage.settings.ndiWidth = width;
-    stage.settings.ndiHeight = height;
-    stage.sender.tick();
-    QCOMPARE(calls(), QStringList {frame});
-}
-
-void NDISenderTest::stopsAtASizeBeyondCounting_data()
-{
-    QTest::addColumn<qint64>("width");
-    QTest::addColumn<qint64>("height");
-    QTest::addColumn<bool>("stops");
-
-    constexpr qint64 most = std::numeric_limits<qint64>::max();
-    QTest::newRow("width beyond 32 bits") << qint64(4'294'967'296 + 64) << qint64(64) << true;
-    QTest::newRow("height beyond 32 bits") << qint64(64) << qint64(4'294'967'296 + 64) << true;
-    QTest::newRow("beyond 64 bits") << most << most << true;
-    QTest::newRow("no such memory") << qint64(300'000'000) << qint64(2'000'000'000) << false;
-    QTest::newRow("beyond the painter") << qint64(40'000) << qint64(16) << false;
-}
-
-void NDISenderTest::stopsAtASizeBeyondCounting()
-{
-    QFETCH(qint64, width);
-    QFETCH(qint64, height);
-    QFETCH(bool, stops);
-    const ChildResult result = runInChild([&] {
+    void saysWhatIsMissing_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::newRow("no table")
+            << u"NDI runtime not found — install the NDI Tools/SDK runtime to enable NDI output"_s;
+        for (const char* const special : {"empty table", "refuses"})
+            QTest::newRow(special) << u"NDI: failed to create sender"_s;
+    }
+    void saysWhatIsMissing()
+    {
+        QFETCH(const QString, line);
+        qputenv("STAND_IN_NDI", QTest::currentDataTag());
         Stage stage;
-        stage.sender.start();
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            QTest::ignoreMessage(QtCriticalMsg, qUtf8Printable(line));
+            stage.sender.start();
+            QVERIFY(!stage.sender.isRunning());
+        }
+        stage.sender.tick();
+        QVERIFY(calls().filter(u"frame"_s).isEmpty());
+    }
+
+    void startsAndStops()
+    {
+        {
+            Stage stage;
+            stage.start();
+            stage.sender.start();
+            QVERIFY(stage.sender.isRunning());
+            stage.settings.ndiSourceName = u"Saal"_s;
+            stage.sender.tick();
+            stage.sender.stop();
+            stage.sender.stop();
+            QVERIFY(!stage.sender.isRunning());
+            stage.sender.tick();
+            stage.start();
+        }
+        const QStringList expected {u"load runtime6"_s, u"initialize"_s, u"create Bühne none 1 0"_s,
+            u"frame"_s, u"destroy sender"_s, u"create Saal none 1 0"_s, u"destroy sender"_s,
+            u"destroy"_s};
+        QCOMPARE(
+            calls().replaceInStrings(QRegularExpression(u"^frame .*"_s), u"frame"_s), expected);
+    }
+
+    void sendsFrames_data()
+    {
+        QTest::addColumn<qint64>("width");
+        QTest::addColumn<qint64>("height");
+        QTest::addColumn<QString>("frame");
+        const auto row = [](const char* name, qint64 width, qint64 height, const QString& size,
+                             const QString& aspect, int stride) {
+            const QString form =
+                u"frame %1 41524742 30000/1000 %2 1 synthesized %3 none 0, ends in 996633FF"_s;
+            QTest::newRow(name) << width << height << form.arg(size, aspect).arg(stride);
+        };
+        row("full HD", 1920, 1080, u"1920x1080"_s, u"1.7778"_s, 7680);
+        row("small", 15, -3, u"16x16"_s, u"1.0000"_s, 64);
+        row("odd", 17, 1001, u"17x1001"_s, u"0.0170"_s, 68);
+        row("as many pixels as before", 32, 64, u"32x64"_s, u"0.5000"_s, 128);
+    }
+    void sendsFrames()
+    {
+        QFETCH(const qint64, width);
+        QFETCH(const qint64, height);
+        QFETCH(const QString, frame);
+        Stage stage;
+        stage.start();
+        stage.sender.tick();
+        (void)calls();
+        // A new size holds from the next frame on.
         stage.settings.ndiWidth = width;
         stage.settings.ndiHeight = height;
         stage.sender.tick();
-    });
-    QCOMPARE(result.signal != 0, stops);
-    QVERIFY(calls().filter(u"frame"_s).isEmpty());
-}
+        QCOMPARE(calls(), QStringList {frame});
+        QCOMPARE(stage.sender.paintedFrames(), 2);
+    }
 
-/// The frames between are the same buffer once more, and the message moves as it does elsewhere.
-void NDISenderTest::paintsWhatChanged()
-{
-    Stage stage;
-    QTest::ignoreMessage(QtInfoMsg, "NDI sending as \"Bühne\"");
-    stage.sender.start();
-    const auto paintedIn = [&](int frames) {
-        const qint64 before = stage.sender.paintedFrames();
-        for (int i = 0; i < frames; ++i)
+    void stopsAtASizeBeyondCounting_data()
+    {
+        QTest::addColumn<qint64>("width");
+        QTest::addColumn<qint64>("height");
+        QTest::addColumn<bool>("stops");
+        const auto row = [](const char* name, qint64 width, qint64 height, bool stops) {
+            QTest::newRow(name) << width << height << stops;
+        };
+        row("width beyond 32 bits", 4'294'967'296 + 64, 64, true);
+        row("height beyond 32 bits", 64, 4'294'967'296 + 64, true);
+        row("bytes beyond 64 bits", 2'147'483'647, 2'147'483'647, true);
+        row("no such memory", 300'000'000, 2'000'000'000, false);
+        row("beyond the painter", 40'000, 16, false);
+        row("a line beyond 32 bits", 600'000'000, 16, false);
+    }
+    void stopsAtASizeBeyondCounting()
+    {
+        QFETCH(const qint64, width);
+        QFETCH(const qint64, height);
+        QFETCH(const bool, stops);
+        const ChildResult result = runInChild([&] {
+            Stage stage;
+            stage.sender.start();
+            stage.settings.ndiWidth = width;
+            stage.settings.ndiHeight = height;
             stage.sender.tick();
-        return stage.sender.paintedFrames() - before;
-    };
-    QCOMPARE(paintedIn(10), 1);
-    stage.settings.udpPort = 7000;
-    QCOMPARE(paintedIn(10), 0);
-    stage.settings.textColor = {0, 1, 0, 1};
-    QCOMPARE(paintedIn(10), 1);
-    stage.engine.setMessage(u"Doors"_s);
-    stage.clock.advance(100ms);
-    QCOMPARE(paintedIn(1), 1);
-    stage.clock.advance(100ms);
-    QCOMPARE(paintedIn(2), 1);
-    stage.engine.toggleBlackout();
-    QCOMPARE(paintedIn(10), 1);
-    stage.clock.advance(50ms);
-    QCOMPARE(paintedIn(10), 0);
-    // What lies below shines through, and grows denser with every frame.
-    stage.settings.backgroundColor = {0, 0, 0, 0.5};
-    QCOMPARE(paintedIn(10), 10);
-}
+        });
+        QCOMPARE(result.signal != 0, stops);
+        QVERIFY(calls().filter(u"frame"_s).isEmpty());
+    }
 
-void NDISenderTest::keepsStepWithTheRuntime_data()
-{
-    QTest::addColumn<QList<int>>("sentAt");
-    QTest::addColumn<QList<int>>("heldBackFor");
+    /// The frames between are the same buffer once more, and the message moves as it does
+    /// elsewhere.
+    void paintsWhatChanged()
+    {
+        Stage stage;
+        stage.start();
+        const auto paintedIn = [&](int frames) {
+            const qint64 before = stage.sender.paintedFrames();
+            for (int i = 0; i < frames; ++i)
+                stage.sender.tick();
+            return stage.sender.paintedFrames() - before;
+        };
+        QCOMPARE(paintedIn(10), 1);
+        stage.settings.udpPort = 7000;
+        QCOMPARE(paintedIn(10), 0);
+        stage.settings.textColor = {0, 1, 0, 1};
+        QCOMPARE(paintedIn(10), 1);
+        stage.engine.setMessage(u"Doors"_s);
+        stage.clock.advance(100ms);
+        QCOMPARE(paintedIn(1), 1);
+        stage.clock.advance(100ms);
+        QCOMPARE(paintedIn(2), 1);
+        stage.engine.toggleBlackout();
+        QCOMPARE(paintedIn(10), 1);
+        stage.clock.advance(50ms);
+        QCOMPARE(paintedIn(10), 0);
+        // What lies below shines through, and grows denser with every frame.
+        stage.settings.backgroundColor = {0, 0, 0, 0.5};
+        QCOMPARE(paintedIn(10), 10);
+    }
 
-    QTest::newRow("in step") << QList {5, 38, 71, 104} << QList {0, 0, 0, 0};
-    QTest::newRow("early") << QList {0, 30, 61, 99} << QList {0, 3, 5, 0};
-    QTest::newRow("a little late") << QList {0, 49, 66, 98} << QList {0, 0, 0, 1};
-    QTest::newRow("so late that the grid begins anew")
-        << QList {0, 51, 66, 99, 134} << QList {0, 0, 18, 18, 16};
-    QTest::newRow("frames left out are not made up for")
-        << QList {0, 99, 132, 133} << QList {0, 0, 0, 32};
-}
+    void knowsWhenTheRuntimeTakesFrames_data()
+    {
+        QTest::addColumn<QList<int>>("sentAt");
+        QTest::addColumn<QList<int>>("heldBackFor");
+        QTest::newRow("early") << QList {0, 30, 61, 99} << QList {0, 3, 5, 0};
+        QTest::newRow("a little late") << QList {0, 49, 66, 98} << QList {0, 0, 0, 1};
+        QTest::newRow("so late that the grid begins anew")
+            << QList {0, 51, 66, 99, 134} << QList {0, 0, 18, 18, 16};
+    }
+    void knowsWhenTheRuntimeTakesFrames()
+    {
+        QFETCH(const QList<int>, sentAt);
+        QFETCH(const QList<int>, heldBackFor);
+        const SendSlots::Instant start(1h);
+        SendSlots slots(33ms);
+        for (qsizetype i = 0; i < sentAt.size(); ++i) {
+            const auto now = start + std::chrono::milliseconds(sentAt[i]);
+            QCOMPARE(slots.take(now) / 1ms, heldBackFor[i]);
+        }
+    }
 
-void NDISenderTest::keepsStepWithTheRuntime()
-{
-    QFETCH(QList<int>, sentAt);
-    QFETCH(QList<int>, heldBackFor);
-    const SendSlots::Instant start(1h);
-    SendSlots slots(33ms);
-    for (qsizetype i = 0; i < sentAt.size(); ++i)
-        QCOMPARE(slots.take(start + std::chrono::milliseconds(sentAt[i])) / 1ms, heldBackFor[i]);
-}
+    /// A frame out of step begins the runtime's grid anew, which would hold every later one back.
+    void fallsIntoStepWithTheRuntime()
+    {
+        qputenv("STAND_IN_NDI", "paces");
+        Stage stage;
+        stage.start();
+        QTest::qSleep(15);
+        stage.sender.tick();
+        qsizetype inStep = 0;
+        QTRY_VERIFY([&] {
+            for (const QString& call : calls())
+                inStep = call == u"in step" ? inStep + 1 : 0;
+            return inStep >= 4;
+        }());
+    }
 
-/// Points that nobody has come for are one call, and none comes after the stop.
-void NDISenderTest::callsOnAGrid()
-{
-    int calls = 0;
-    GridTimer timer(1ms, [&] { ++calls; });
-    const auto pass = [](int points) {
-        const QDeadlineTimer deadline(points);
-        while (!deadline.hasExpired()) { }
-    };
-    timer.start();
-    QTRY_VERIFY(calls >= 3);
-    calls = 0;
-    pass(50);
-    QCoreApplication::processEvents();
-    QVERIFY(calls > 0 && calls < 25);
+    /// Points that nobody has come for are one call, and none comes after the stop.
+    void callsOnAGrid()
+    {
+        int calls = 0;
+        GridTimer timer(1ms, [&] { ++calls; });
+        const auto pass = [](int points) {
+            const QDeadlineTimer deadline(points);
+            while (!deadline.hasExpired()) { }
+        };
+        timer.start();
+        QTRY_VERIFY(calls >= 3);
+        calls = 0;
+        pass(50);
+        QCoreApplication::processEvents();
+        QVERIFY(calls > 0 && calls < 25);
 
-    pass(2);
-    timer.stop();
-    timer.shift(-10ms);
-    calls = 0;
-    pass(2);
-    QCoreApplication::processEvents();
-    QCOMPARE(calls, 0);
-}
+        pass(2);
+        timer.stop();
+        timer.shift(-10ms);
+        calls = 0;
+        pass(2);
+        QCoreApplication::processEvents();
+        QCOMPARE(calls, 0);
+    }
+};
 
 QTEST_MAIN(NDISenderTest)
 #include "tst_NDISender.moc"
