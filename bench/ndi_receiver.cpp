@@ -1,6 +1,7 @@
-// Receives what the first NDI source on this machine sends, until it is ended.
+// Receives what the NDI source at a port of this machine sends, until it is ended. Gives up when
+// nothing comes in the beginning.
 //
-// Usage: ndi_receiver RUNTIME_FOLDER
+// Usage: ndi_receiver RUNTIME_FOLDER PORT
 
 #include "helpers/NDIReceiver.h"
 
@@ -10,17 +11,13 @@ using namespace std::chrono_literals;
 
 int main(int argc, char* argv[])
 {
-    if (argc < 2)
+    if (argc < 3)
         return 2;
-    NDIReceiver receiver(QString::fromLocal8Bit(argv[1]));
-    if (!receiver.isReady())
+    NDIReceiver receiver(QString::fromLocal8Bit(argv[1]), QByteArray(argv[2]).toUShort());
+    if (!receiver.isReady() || receiver.receive(20s).picture.isNull())
         return 1;
-    for (int frames = 0;;) {
-        if (receiver.receive(1s).picture.isNull())
-            continue;
-        if (++frames == 1) {
-            std::puts("receiving");
-            std::fflush(stdout);
-        }
-    }
+    std::puts("receiving");
+    std::fflush(stdout);
+    for (;;)
+        (void)receiver.receive(1s);
 }

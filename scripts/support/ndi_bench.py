@@ -42,13 +42,30 @@ class Timed:
         return frames / seconds, in_sends / seconds
 
 
+def sender_port():
+    """Where the runtime has opened a sender: on port 5961, or on a later one while the connections
+    of the sender before have not expired."""
+    for _ in range(1000):
+        for line in pathlib.Path("/proc/net/tcp").read_text().splitlines()[1:]:
+            _, address, _, status, *_ = line.split()
+            port = int(address.rpartition(":")[2], 16)
+            if status == "0A" and 5961 <= port < 6000:
+                return port
+        time.sleep(0.01)
+    raise RuntimeError("no sender")
+
+
 @contextlib.contextmanager
 def receivers(count):
-    processes = [subprocess.Popen([BENCH / "ndi_receiver", RUNTIME], stdout=subprocess.PIPE)
+    """With so many receivers of the sender that there is or is about to be, all of them receiving.
+    """
+    processes = [subprocess.Popen([BENCH / "ndi_receiver", RUNTIME, str(sender_port())],
+                                  stdout=subprocess.PIPE)
                  for _ in range(count)]
-    for process in processes:
-        process.stdout.readline()
     try:
+        for process in processes:
+            if not process.stdout.readline():
+                raise RuntimeError("a receiver gets no frame")
         yield
     finally:
         for process in processes:
@@ -90,7 +107,6 @@ def command_latencies(count):
     with program:
         program.wait_for_log("NDI sending as")
         port = int(program.wait_for_log(r"Web remote on port (\d+)")[1])
-        # A receiver that comes before the sender is there waits for ever.
         with receivers(count):
             for number in range(COMMANDS):
                 minutes = 10 + number % 80

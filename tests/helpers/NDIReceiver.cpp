@@ -6,12 +6,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The port on which the runtime opens the first sender of a machine.
-constexpr auto firstSource = "127.0.0.1:5961";
-
 struct ReceiveSettings {
     const char* sourceName = nullptr;
-    const char* sourceAddress = firstSource;
+    const char* sourceAddress = nullptr;
     /// Pictures of BGRA, or of BGRX without transparency.
     int colorFormat = 0;
     int fullBandwidth = 100;
@@ -31,12 +28,13 @@ const DynamicLibrary* loadedRuntime(const QString& folder)
 
 } // namespace
 
-NDIReceiver::NDIReceiver(const QString& runtimeFolder)
+NDIReceiver::NDIReceiver(const QString& runtimeFolder, quint16 port)
     : m_library(loadedRuntime(runtimeFolder))
 {
     if (!m_library || !m_library->function<bool()>("NDIlib_initialize")())
         return;
-    const ReceiveSettings settings;
+    const QByteArray address = "127.0.0.1:" + QByteArray::number(port);
+    const ReceiveSettings settings {.sourceAddress = address.constData()};
     m_receiver =
         m_library->function<void*(const ReceiveSettings*)>("NDIlib_recv_create_v2")(&settings);
 }

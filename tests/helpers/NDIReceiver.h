@@ -17,8 +17,11 @@ public:
         int rateDenominator = 1;
     };
 
-    /// Connects to the first source that a program on this machine has opened, whenever it comes.
-    explicit NDIReceiver(const QString& runtimeFolder);
+    /// Where the runtime opens the first source of a machine.
+    static constexpr quint16 firstPort = 5961;
+
+    /// Connects to the source at a port of this machine, whenever it comes.
+    explicit NDIReceiver(const QString& runtimeFolder, quint16 port = firstPort);
     NDIReceiver(const NDIReceiver&) = delete;
     NDIReceiver& operator=(const NDIReceiver&) = delete;
     ~NDIReceiver();
