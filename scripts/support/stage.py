@@ -87,12 +87,8 @@ class Program:
 
 
 class XServer:
-    """An X server with the displays DUMMY0, DUMMY1, … side by side, in the modes given."""
-
-    MODES = {
-        "large": "173.00 1920 2048 2248 2576 1080 1083 1088 1120",
-        "small": "106.50 1440 1528 1672 1904 900 903 909 934",
-    }
+    """An X server with the displays DUMMY0, DUMMY1, … side by side, in the modes given: "large" or
+    "small"."""
 
     def __init__(self, *modes):
         self.modes = modes
@@ -105,15 +101,11 @@ class XServer:
              "-logfile", f"{self.folder.name}/log"],
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.display = ":" + self.process.stdout.readline().strip()
-        for name, timings in self.MODES.items():
-            self.run("xrandr", "--newmode", name, *timings.split())
-        left = 0
         for number, mode in enumerate(self.modes):
             output = f"DUMMY{number}"
+            place = ["--right-of", f"DUMMY{number - 1}"] if number else ["--primary"]
             self.run("xrandr", "--addmode", output, mode)
-            self.run("xrandr", "--output", output, "--mode", mode, "--pos", f"{left}x0",
-                     *(["--primary"] if number == 0 else []))
-            left += int(self.MODES[mode].split()[1])
+            self.run("xrandr", "--output", output, "--mode", mode, *place)
         return self
 
     def __exit__(self, *_):

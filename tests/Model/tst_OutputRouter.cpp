@@ -48,11 +48,57 @@ class OutputRouterTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void showsOnTheSecondDisplayAtLaunch();
-    void opensNothingOnTheOnlyDisplay();
-    void followsTheChoice();
-    void followsTheDisplays();
+    void init() { m_stage = std::make_unique<Stage>(QList {m_main, m_second, m_third}); }
+
+    void showsOnTheSecondDisplayAtLaunch()
+    {
+        m_stage->settings.enabledScreenIDs = {9};
+        m_stage->router->enableConnectedExternalDisplays();
+        QCOMPARE(m_stage->settings.enabledScreenIDs.value(), (std::set<quint32> {2, 9}));
+        // Delivered through the event loop, like every other choice.
+        QCOMPARE(m_stage->events, QStringList());
+        QCOMPARE(m_stage->takeEvents().value(0), u"open 2"_s);
+        QCOMPARE(m_stage->router->availableScreens(),
+            (QList {m_main.info, m_second.info, m_third.info}));
+    }
+
+    void opensNothingOnTheOnlyDisplay()
+    {
+        Stage stage({m_main});
+        stage.router->enableConnectedExternalDisplays();
+        QCOMPARE(stage.takeEvents(), QStringList());
+        QCOMPARE(stage.preferences.writes, 0);
+        stage.settings.enabledScreenIDs = {1};
+        QCOMPARE(stage.takeEvents(), QStringList {u"open 1"_s});
+    }
+
+    void followsTheChoice()
+    {
+        m_stage->settings.enabledScreenIDs = {2, 3};
+        QCOMPARE(m_stage->takeEvents(), (QStringList {u"open 2"_s, u"open 3"_s}));
+        m_stage->settings.enabledScreenIDs = {3};
+        QCOMPARE(m_stage->takeEvents(), (QStringList {u"close 2"_s, u"cover 3 at 3360"_s}));
+        m_stage->settings.enabledScreenIDs = {2, 3};
+        QCOMPARE(m_stage->takeEvents(), (QStringList {u"open 2"_s, u"cover 3 at 3360"_s}));
+    }
+
+    void followsTheDisplays()
+    {
+        m_stage->settings.enabledScreenIDs = {2, 9};
+        QCOMPARE(m_stage->takeEvents(), QStringList {u"open 2"_s});
+        const auto change = [this](const QList<ConnectedDisplay>& connected) {
+            m_stage->displays->connected = connected;
+            m_stage->displays->onChange();
+            // In the same turn of the event loop that reports the display.
+            return std::exchange(m_stage->events, {});
+        };
+        QCOMPARE(
+            change({m_main, display(2, false, {0, 0, 800, 600})}), QStringList {u"cover 2 at 0"_s});
+        QCOMPARE(change({}), QStringList {u"close 2"_s});
+        // What is not connected stays chosen.
+        QCOMPARE(m_stage->settings.enabledScreenIDs.value(), (std::set<quint32> {2, 9}));
+        QCOMPARE(change({m_main, m_second}), QStringList {u"open 2"_s});
+    }
 
 private:
     struct Stage {
@@ -87,61 +133,6 @@ private:
     ConnectedDisplay m_third = display(3, false, {3360, 0, 1920, 1080});
     std::unique_ptr<Stage> m_stage;
 };
-
-void OutputRouterTest::init()
-{
-    m_stage = std::make_unique<Stage>(QList {m_main, m_second, m_third});
-}
-
-void OutputRouterTest::showsOnTheSecondDisplayAtLaunch()
-{
-    m_stage->settings.enabledScreenIDs = {9};
-    m_stage->router->enableConnectedExternalDisplays();
-    QCOMPARE(m_stage->settings.enabledScreenIDs.value(), (std::set<quint32> {2, 9}));
-    // Delivered through the event loop, like every other choice.
-    QCOMPARE(m_stage->events, QStringList());
-    QCOMPARE(m_stage->takeEvents().value(0), u"open 2"_s);
-    QCOMPARE(
-        m_stage->router->availableScreens(), (QList {m_main.info, m_second.info, m_third.info}));
-}
-
-void OutputRouterTest::opensNothingOnTheOnlyDisplay()
-{
-    Stage stage({m_main});
-    stage.router->enableConnectedExternalDisplays();
-    QCOMPARE(stage.takeEvents(), QStringList());
-    QCOMPARE(stage.preferences.writes, 0);
-    stage.settings.enabledScreenIDs = {1};
-    QCOMPARE(stage.takeEvents(), QStringList {u"open 1"_s});
-}
-
-void OutputRouterTest::followsTheChoice()
-{
-    m_stage->settings.enabledScreenIDs = {2, 3};
-    QCOMPARE(m_stage->takeEvents(), (QStringList {u"open 2"_s, u"open 3"_s}));
-    m_stage->settings.enabledScreenIDs = {3};
-    QCOMPARE(m_stage->takeEvents(), (QStringList {u"close 2"_s, u"cover 3 at 3360"_s}));
-    m_stage->settings.enabledScreenIDs = {2, 3};
-    QCOMPARE(m_stage->takeEvents(), (QStringList {u"open 2"_s, u"cover 3 at 3360"_s}));
-}
-
-void OutputRouterTest::followsTheDisplays()
-{
-    m_stage->settings.enabledScreenIDs = {2, 9};
-    QCOMPARE(m_stage->takeEvents(), QStringList {u"open 2"_s});
-    const auto change = [this](const QList<ConnectedDisplay>& connected) {
-        m_stage->displays->connected = connected;
-        m_stage->displays->onChange();
-        // In the same turn of the event loop that reports the display.
-        return std::exchange(m_stage->events, {});
-    };
-    QCOMPARE(
-        change({m_main, display(2, false, {0, 0, 800, 600})}), QStringList {u"cover 2 at 0"_s});
-    QCOMPARE(change({}), QStringList {u"close 2"_s});
-    // What is not connected stays chosen.
-    QCOMPARE(m_stage->settings.enabledScreenIDs.value(), (std::set<quint32> {2, 9}));
-    QCOMPARE(change({m_main, m_second}), QStringList {u"open 2"_s});
-}
 
 QTEST_GUILESS_MAIN(OutputRouterTest)
 #include "tst_OutputRouter.moc"

@@ -56,47 +56,44 @@ class ControlLogTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void writesOneLineForEachMessage();
-    void neverWaitsForAReaderThatStopped();
+    void writesOneLineForEachMessage()
+    {
+        const ChildResult result = runInChild([] {
+            qCInfo(controlLog, "command stop");
+            qCCritical(controlLog, "broken");
+            qWarning("from elsewhere");
+        });
+        static const QRegularExpression form(
+            u"\\A(?<time>\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} )"
+            "info com\\.quillfen\\.tarrow\\.control: command stop\n"
+            "(?&time)error com\\.quillfen\\.tarrow\\.control: broken\n"
+            "(?&time)warning: from elsewhere\n\\z"_s);
+        QVERIFY2(form.match(QString::fromUtf8(result.standardError)).hasMatch(),
+            result.standardError.constData());
+    }
+
+    void neverWaitsForAReaderThatStopped()
+    {
+        constexpr int lines = 5000;
+        const UnreadStandardError standardError;
+        const QtMessageHandler original = qInstallMessageHandler(nullptr);
+        installLogOutput();
+
+        for (int i = 0; i < lines; ++i)
+            qCInfo(controlLog, "line %d of more than a pipe holds", i);
+        const QByteArray before = standardError.readAll();
+        qCInfo(controlLog, "the reader is back");
+        const QByteArray after = standardError.readAll();
+        qInstallMessageHandler(original);
+
+        static const QRegularExpression notice(u"(\\d+) log lines dropped"_s);
+        const int dropped = notice.match(QString::fromUtf8(after)).captured(1).toInt();
+        QCOMPARE_GT(dropped, 0);
+        // What was cut short by the full pipe counts as dropped.
+        QCOMPARE(before.count("holds\n") + dropped, lines);
+        QVERIFY(after.endsWith("the reader is back\n"));
+    }
 };
-
-void ControlLogTest::writesOneLineForEachMessage()
-{
-    const ChildResult result = runInChild([] {
-        qCInfo(controlLog, "command stop");
-        qCCritical(controlLog, "broken");
-        qWarning("from elsewhere");
-    });
-    static const QRegularExpression form(
-        u"\\A(?<time>\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} )"
-        "info com\\.quillfen\\.tarrow\\.control: command stop\n"
-        "(?&time)error com\\.quillfen\\.tarrow\\.control: broken\n"
-        "(?&time)warning: from elsewhere\n\\z"_s);
-    QVERIFY2(form.match(QString::fromUtf8(result.standardError)).hasMatch(),
-        result.standardError.constData());
-}
-
-void ControlLogTest::neverWaitsForAReaderThatStopped()
-{
-    constexpr int lines = 5000;
-    const UnreadStandardError standardError;
-    const QtMessageHandler original = qInstallMessageHandler(nullptr);
-    installLogOutput();
-
-    for (int i = 0; i < lines; ++i)
-        qCInfo(controlLog, "line %d of more than a pipe holds", i);
-    const QByteArray before = standardError.readAll();
-    qCInfo(controlLog, "the reader is back");
-    const QByteArray after = standardError.readAll();
-    qInstallMessageHandler(original);
-
-    static const QRegularExpression notice(u"(\\d+) log lines dropped"_s);
-    const int dropped = notice.match(QString::fromUtf8(after)).captured(1).toInt();
-    QCOMPARE_GT(dropped, 0);
-    // What was cut short by the full pipe counts as dropped.
-    QCOMPARE(before.count("holds\n") + dropped, lines);
-    QVERIFY(after.endsWith("the reader is back\n"));
-}
 
 QTEST_GUILESS_MAIN(ControlLogTest)
 #include "tst_ControlLog.moc"

@@ -21,6 +21,11 @@ namespace {
 
 const QString documentKey = u"document"_s;
 
+constexpr auto typedByHand = R"([General]
+document="[{\"title\":\"A, B\"}]"
+list=[1, 2]
+)";
+
 /// A document that shows whether it is whole: its number as often as its length says.
 QByteArray documentNumber(int number)
 {
@@ -41,7 +46,7 @@ QByteArray contentOf(const QString& fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Every write fails from now on, as on a full disk.
+/// With 0, every write fails from now on, as on a full disk.
 void setFileSizeLimit(rlim_t limit)
 {
     signal(SIGXFSZ, SIG_IGN);
@@ -57,189 +62,156 @@ class PreferencesTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
-    void readsSwitchesAndNumbersStrictly_data();
-    void readsSwitchesAndNumbersStrictly();
-    void keepsEveryByte();
-    void takesADocumentTypedByHand();
-    void looksIntoNoOtherFile();
-    void survivesBeingKilled();
-    void clearsALockThatNobodySigned();
-    void losesNothingWhenTheDiskIsFull();
+    void init()
+    {
+        m_home = std::make_unique<QTemporaryDir>();
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_home->path());
+        QDir(m_home->path()).mkdir(u"quillfen"_s);
+    }
+
+    void cleanup() { m_home.reset(); }
+
+    void readsSwitchesAndNumbersStrictly_data()
+    {
+        using Boolean = std::optional<bool>;
+        using Integer = std::optional<qint64>;
+        QTest::addColumn<Boolean>("boolean");
+        QTest::addColumn<Integer>("integer");
+        QTest::newRow("true") << Boolean(true) << Integer();
+        QTest::newRow("false") << Boolean(false) << Integer();
+        QTest::newRow("1") << Boolean() << Integer(1);
+        QTest::newRow("-70") << Boolean() << Integer(-70);
+        for (const char* const strange :
+            {"True", "1.5", "0x10", "9223372036854775808", "", "true, false", "@ByteArray(true)"})
+            QTest::newRow(strange) << Boolean() << Integer();
+    }
+    void readsSwitchesAndNumbersStrictly()
+    {
+        const QByteArray written = QTest::currentDataTag();
+        writeFile(u"quillfen/tarrow.conf"_s, "[General]\nsd.enabled=" + written + "\n");
+        const SystemPreferences preferences;
+        QTEST(preferences.boolean(u"sd.enabled"_s), "boolean");
+        QTEST(preferences.integer(u"sd.enabled"_s), "integer");
+        QCOMPARE(preferences.boolean(u"sd.other"_s), std::nullopt);
+    }
+
+    void keepsEveryByte()
+    {
+        QByteArray everything("@ByteArray(");
+        for (int byte = 0; byte < 256; ++byte)
+            everything += static_cast<char>(byte);
+        const QString text = u"true, \"Türen\" @öffnen\n"_s;
+
+        const ChildResult writer = runInChild([&] {
+            SystemPreferences preferences;
+            preferences.setData(documentKey, everything);
+            preferences.setText(u"text"_s, text);
+            preferences.setBoolean(u"switch"_s, true);
+            preferences.setInteger(u"number"_s, -5);
+        });
+        QCOMPARE(writer.standardError, QByteArray());
+        const SystemPreferences preferences;
+        QCOMPARE(preferences.data(documentKey), everything);
+        QCOMPARE(preferences.text(u"text"_s), text);
+        QCOMPARE(preferences.boolean(u"switch"_s), true);
+        QCOMPARE(preferences.integer(u"number"_s), -5);
+    }
+
+    void takesADocumentTypedByHand()
+    {
+        writeFile(u"quillfen/tarrow.conf"_s, typedByHand);
+        const SystemPreferences preferences;
+        QCOMPARE(preferences.data(documentKey), R"([{"title":"A, B"}])");
+        // Without quotes a comma makes a list of it, and the document cannot be told any more.
+        QCOMPARE(preferences.data(u"list"_s), std::nullopt);
+    }
+
+    void looksIntoNoOtherFile()
+    {
+        writeFile(u"quillfen.conf"_s, "[General]\nsd.enabled=true\n");
+        QCOMPARE(SystemPreferences().boolean(u"sd.enabled"_s), std::nullopt);
+    }
+
+    void survivesBeingKilled()
+    {
+        constexpr int kills = 100;
+        constexpr int storedBeforeKill = 3;
+        QRandomGenerator random(20261122);
+
+        for (int round = 0, last = 0; round < kills; ++round) {
+            std::array<int, 2> ends {};
+            QCOMPARE(pipe(ends.data()), 0);
+            const pid_t child = fork();
+            if (child == 0) {
+                SystemPreferences preferences;
+                for (int number = last;; ++number) {
+                    preferences.setData(documentKey, documentNumber(number));
+                    (void)!write(ends[1], &number, sizeof number);
+                }
+            }
+            close(ends[1]);
+            for (int i = 0; i < storedBeforeKill; ++i)
+                QCOMPARE(read(ends[0], &last, sizeof last), ssize_t(sizeof last));
+            // So that the kill falls anywhere in the change under way.
+            usleep(random.bounded(1500U));
+            kill(child, SIGKILL);
+            waitpid(child, nullptr, 0);
+            while (read(ends[0], &last, sizeof last) > 0) { }
+            close(ends[0]);
+
+            const ChildResult reader = runInChild([last] {
+                const auto stored = SystemPreferences().data(documentKey).value_or(QByteArray());
+                const std::optional<int> number = numberOf(stored);
+                _exit(number == last || number == last + 1 ? 0 : 1);
+            });
+            QVERIFY2(reader.exitCode == 0, qPrintable(u"after %1 kills"_s.arg(round + 1)));
+        }
+    }
+
+    void clearsALockThatNobodySigned()
+    {
+        writeFile(u"quillfen/tarrow.conf.lock"_s, {});
+        SystemPreferences preferences;
+        preferences.setBoolean(u"switch"_s, true);
+        QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
+        QVERIFY(QFile::exists(preferences.fileName()));
+    }
+
+    void losesNothingWhenTheDiskIsFull()
+    {
+        const ChildResult writer = runInChild([] {
+            SystemPreferences preferences;
+            preferences.setData(documentKey, documentNumber(1));
+            const QByteArray before = contentOf(preferences.fileName());
+            setFileSizeLimit(0);
+            preferences.setData(documentKey, documentNumber(2));
+            preferences.setText(u"text"_s, u"changed meanwhile"_s);
+            setFileSizeLimit(RLIM_INFINITY);
+            if (before.isEmpty() || contentOf(preferences.fileName()) != before)
+                _exit(1);
+            preferences.setInteger(u"number"_s, 5);
+        });
+        QCOMPARE(writer.exitCode, 0);
+        QCOMPARE(writer.standardError.count("Preferences: cannot write"), 1);
+
+        const SystemPreferences preferences;
+        QCOMPARE(preferences.data(documentKey), documentNumber(2));
+        QCOMPARE(preferences.text(u"text"_s), u"changed meanwhile"_s);
+        QCOMPARE(preferences.integer(u"number"_s), 5);
+    }
 
 private:
-    [[nodiscard]] QString file(const QString& name) const;
-    void writeFile(const QString& name, const QByteArray& content) const;
+    QString file(const QString& name) const { return m_home->filePath(name); }
+
+    void writeFile(const QString& name, const QByteArray& content) const
+    {
+        QFile target(file(name));
+        QVERIFY(target.open(QIODevice::WriteOnly));
+        target.write(content);
+    }
 
     std::unique_ptr<QTemporaryDir> m_home;
 };
-
-void PreferencesTest::init()
-{
-    m_home = std::make_unique<QTemporaryDir>();
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_home->path());
-    QDir(m_home->path()).mkdir(u"quillfen"_s);
-}
-
-void PreferencesTest::cleanup()
-{
-    m_home.reset();
-}
-
-QString PreferencesTest::file(const QString& name) const
-{
-    return m_home->filePath(name);
-}
-
-void PreferencesTest::writeFile(const QString& name, const QByteArray& content) const
-{
-    QFile target(file(name));
-    QVERIFY(target.open(QIODevice::WriteOnly));
-    target.write(content);
-}
-
-void PreferencesTest::readsSwitchesAndNumbersStrictly_data()
-{
-    QTest::addColumn<QByteArray>("written");
-    QTest::addColumn<std::optional<bool>>("boolean");
-    QTest::addColumn<std::optional<qint64>>("integer");
-
-    using Boolean = std::optional<bool>;
-    using Integer = std::optional<qint64>;
-    QTest::newRow("true") << QByteArray("true") << Boolean(true) << Integer();
-    QTest::newRow("false") << QByteArray("false") << Boolean(false) << Integer();
-    QTest::newRow("capitals") << QByteArray("True") << Boolean() << Integer();
-    QTest::newRow("one") << QByteArray("1") << Boolean() << Integer(1);
-    QTest::newRow("negative") << QByteArray("-70") << Boolean() << Integer(-70);
-    QTest::newRow("fraction") << QByteArray("1.5") << Boolean() << Integer();
-    QTest::newRow("hexadecimal") << QByteArray("0x10") << Boolean() << Integer();
-    QTest::newRow("too large") << QByteArray("9223372036854775808") << Boolean() << Integer();
-    QTest::newRow("nothing") << QByteArray() << Boolean() << Integer();
-    QTest::newRow("a list") << QByteArray("true, false") << Boolean() << Integer();
-    QTest::newRow("a byte string") << QByteArray("@ByteArray(true)") << Boolean() << Integer();
-}
-
-void PreferencesTest::readsSwitchesAndNumbersStrictly()
-{
-    QFETCH(QByteArray, written);
-    QFETCH(std::optional<bool>, boolean);
-    QFETCH(std::optional<qint64>, integer);
-
-    writeFile(u"quillfen/tarrow.conf"_s, "[General]\nsd.enabled=" + written + "\n");
-    const SystemPreferences preferences;
-    QCOMPARE(preferences.boolean(u"sd.enabled"_s), boolean);
-    QCOMPARE(preferences.integer(u"sd.enabled"_s), integer);
-    QCOMPARE(preferences.boolean(u"sd.other"_s), std::nullopt);
-}
-
-void PreferencesTest::keepsEveryByte()
-{
-    QByteArray everything("@ByteArray(");
-    for (int byte = 0; byte < 256; ++byte)
-        everything += static_cast<char>(byte);
-    const QString text = u"true, \"Türen\" @öffnen\n"_s;
-
-    const ChildResult writer = runInChild([&] {
-        SystemPreferences preferences;
-        preferences.setData(documentKey, everything);
-        preferences.setText(u"text"_s, text);
-        preferences.setBoolean(u"switch"_s, true);
-        preferences.setInteger(u"number"_s, -5);
-    });
-    QCOMPARE(writer.standardError, QByteArray());
-    const SystemPreferences preferences;
-    QCOMPARE(preferences.data(documentKey), everything);
-    QCOMPARE(preferences.text(u"text"_s), text);
-    QCOMPARE(preferences.boolean(u"switch"_s), true);
-    QCOMPARE(preferences.integer(u"number"_s), -5);
-}
-
-void PreferencesTest::takesADocumentTypedByHand()
-{
-    writeFile(u"quillfen/tarrow.conf"_s, R"([General]
-document="[{\"title\":\"A, B\"}]"
-list=[1, 2]
-)");
-    const SystemPreferences preferences;
-    QCOMPARE(preferences.data(documentKey), R"([{"title":"A, B"}])");
-    // Without quotes a comma makes a list of it, and the document cannot be told any more.
-    QCOMPARE(preferences.data(u"list"_s), std::nullopt);
-}
-
-void PreferencesTest::looksIntoNoOtherFile()
-{
-    writeFile(u"quillfen.conf"_s, "[General]\nsd.enabled=true\n");
-    QCOMPARE(SystemPreferences().boolean(u"sd.enabled"_s), std::nullopt);
-}
-
-void PreferencesTest::survivesBeingKilled()
-{
-    constexpr int kills = 100;
-    constexpr int storedBeforeKill = 3;
-    QRandomGenerator random(20261122);
-
-    for (int round = 0, last = 0; round < kills; ++round) {
-        std::array<int, 2> ends {};
-        QCOMPARE(pipe(ends.data()), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            SystemPreferences preferences;
-            for (int number = last;; ++number) {
-                preferences.setData(documentKey, documentNumber(number));
-                (void)!write(ends[1], &number, sizeof number);
-            }
-        }
-        close(ends[1]);
-        for (int i = 0; i < storedBeforeKill; ++i)
-            QCOMPARE(read(ends[0], &last, sizeof last), ssize_t(sizeof last));
-        // So that the kill falls anywhere in the change under way.
-        usleep(random.bounded(1500U));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        while (read(ends[0], &last, sizeof last) > 0) { }
-        close(ends[0]);
-
-        const ChildResult reader = runInChild([last] {
-            const auto stored = SystemPreferences().data(documentKey).value_or(QByteArray());
-            const std::optional<int> number = numberOf(stored);
-            _exit(number == last || number == last + 1 ? 0 : 1);
-        });
-        QVERIFY2(reader.exitCode == 0, qPrintable(u"after %1 kills"_s.arg(round + 1)));
-    }
-}
-
-void PreferencesTest::clearsALockThatNobodySigned()
-{
-    writeFile(u"quillfen/tarrow.conf.lock"_s, {});
-    SystemPreferences preferences;
-    preferences.setBoolean(u"switch"_s, true);
-    QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
-    QVERIFY(QFile::exists(preferences.fileName()));
-}
-
-void PreferencesTest::losesNothingWhenTheDiskIsFull()
-{
-    const ChildResult writer = runInChild([] {
-        SystemPreferences preferences;
-        preferences.setData(documentKey, documentNumber(1));
-        const QByteArray before = contentOf(preferences.fileName());
-        setFileSizeLimit(0);
-        preferences.setData(documentKey, documentNumber(2));
-        preferences.setText(u"text"_s, u"changed meanwhile"_s);
-        setFileSizeLimit(RLIM_INFINITY);
-        if (before.isEmpty() || contentOf(preferences.fileName()) != before)
-            _exit(1);
-        preferences.setInteger(u"number"_s, 5);
-    });
-    QCOMPARE(writer.exitCode, 0);
-    QCOMPARE(writer.standardError.count("Preferences: cannot write"), 1);
-
-    const SystemPreferences preferences;
-    QCOMPARE(preferences.data(documentKey), documentNumber(2));
-    QCOMPARE(preferences.text(u"text"_s), u"changed meanwhile"_s);
-    QCOMPARE(preferences.integer(u"number"_s), 5);
-}
 
 QTEST_GUILESS_MAIN(PreferencesTest)
 #include "tst_Preferences.moc"

@@ -27,65 +27,59 @@ class SymbolsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void fillsItsBox_data();
-    void fillsItsBox();
-    void keepsItsShape();
-    void takesTheColor();
-    void looksTheSameHoweverThePainterLies();
-    void logsAnUnknownNameOnce();
+    void fillsItsBox_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name :
+            {"play.fill", "pause.fill", "stop.fill", "plus", "minus", "backward.fill",
+                "forward.fill", "play.circle.fill", "repeat", "repeat.1", "moon.fill",
+                "exclamationmark.triangle.fill", "arrow.up.circle", "arrow.up.circle.fill", "clock",
+                "clock.fill", "xmark", "timer", "text.bubble", "text.bubble.fill", "circle",
+                "chevron.up", "chevron.down", "chevron.up.circle", "ellipsis.circle"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+    /// Nothing is cut off, nothing gets lost in too much room, nothing hangs to one side.
+    void fillsItsBox()
+    {
+        QFETCH(QString, name);
+        const QRect area = ink(drawn(name, QRectF(10, 10, 96, 96)), QRect({}, canvas));
+        QVERIFY(QRect(11, 11, 94, 94).contains(area));
+        QVERIFY(std::max(area.width(), area.height()) >= 56);
+        QVERIFY(qAbs(area.center().x() - 57.5) <= 6);
+        QVERIFY(qAbs(area.center().y() - 57.5) <= 6);
+    }
+
+    void keepsItsShape()
+    {
+        const QRect area = ink(drawn(u"stop.fill"_s, QRectF(0, 30, 120, 48)), QRect({}, canvas));
+        QCOMPARE(area, QRect(44, 38, 32, 32));
+    }
+
+    void takesTheColor()
+    {
+        const QRectF box(12, 12, 96, 96);
+        QCOMPARE(drawn(u"stop.fill"_s, box, Qt::red).pixel(60, 60), qRgb(255, 0, 0));
+        QCOMPARE(drawn(u"stop.fill"_s, box, Qt::green).pixel(60, 60), qRgb(0, 255, 0));
+        const QColor faint(0, 0, 255, 51);
+        QCOMPARE(drawn(u"stop.fill"_s, box, faint).pixel(60, 60), qRgb(0, 0, 51));
+    }
+
+    void looksTheSameHoweverThePainterLies()
+    {
+        const QImage upright = drawn(u"moon.fill"_s, QRectF(20.25, 30.5, 64, 64));
+        const auto transform = QTransform::fromTranslate(20.25, 30.5).scale(2, 2);
+        QCOMPARE(drawn(u"moon.fill"_s, QRectF(0, 0, 32, 32), Qt::white, transform), upright);
+    }
+
+    void logsAnUnknownNameOnce()
+    {
+        QTest::ignoreMessage(QtCriticalMsg, "There is no symbol none.fill");
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        for (int i = 0; i < 2; ++i)
+            QVERIFY(
+                ink(drawn(u"none.fill"_s, QRectF(10, 10, 96, 96)), QRect({}, canvas)).isEmpty());
+    }
 };
-
-void SymbolsTest::fillsItsBox_data()
-{
-    QTest::addColumn<QString>("name");
-    for (const char* name : {"play.fill", "pause.fill", "stop.fill", "plus", "minus",
-             "backward.fill", "forward.fill", "play.circle.fill", "repeat", "repeat.1", "moon.fill",
-             "exclamationmark.triangle.fill", "arrow.up.circle", "arrow.up.circle.fill", "clock",
-             "clock.fill", "xmark", "timer", "text.bubble", "text.bubble.fill", "circle",
-             "chevron.up", "chevron.down", "chevron.up.circle", "ellipsis.circle"})
-        QTest::newRow(name) << QString::fromLatin1(name);
-}
-
-/// Nothing is cut off, nothing gets lost in too much room, nothing hangs to one side.
-void SymbolsTest::fillsItsBox()
-{
-    QFETCH(QString, name);
-    const QRect area = ink(drawn(name, QRectF(10, 10, 96, 96)), QRect({}, canvas));
-    QVERIFY(QRect(11, 11, 94, 94).contains(area));
-    QVERIFY(std::max(area.width(), area.height()) >= 56);
-    QVERIFY(qAbs(area.center().x() - 57.5) <= 6);
-    QVERIFY(qAbs(area.center().y() - 57.5) <= 6);
-}
-
-void SymbolsTest::keepsItsShape()
-{
-    const QRect area = ink(drawn(u"stop.fill"_s, QRectF(0, 30, 120, 48)), QRect({}, canvas));
-    QCOMPARE(area, QRect(44, 38, 32, 32));
-}
-
-void SymbolsTest::takesTheColor()
-{
-    const QRectF box(12, 12, 96, 96);
-    QCOMPARE(drawn(u"stop.fill"_s, box, Qt::red).pixel(60, 60), qRgb(255, 0, 0));
-    QCOMPARE(drawn(u"stop.fill"_s, box, Qt::green).pixel(60, 60), qRgb(0, 255, 0));
-    const QColor faint(0, 0, 255, 51);
-    QCOMPARE(drawn(u"stop.fill"_s, box, faint).pixel(60, 60), qRgb(0, 0, 51));
-}
-
-void SymbolsTest::looksTheSameHoweverThePainterLies()
-{
-    const QImage upright = drawn(u"moon.fill"_s, QRectF(20.25, 30.5, 64, 64));
-    const auto transform = QTransform::fromTranslate(20.25, 30.5).scale(2, 2);
-    QCOMPARE(drawn(u"moon.fill"_s, QRectF(0, 0, 32, 32), Qt::white, transform), upright);
-}
-
-void SymbolsTest::logsAnUnknownNameOnce()
-{
-    QTest::ignoreMessage(QtCriticalMsg, "There is no symbol none.fill");
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    for (int i = 0; i < 2; ++i)
-        QVERIFY(ink(drawn(u"none.fill"_s, QRectF(10, 10, 96, 96)), QRect({}, canvas)).isEmpty());
-}
 
 QTEST_MAIN(SymbolsTest)
 #include "tst_Symbols.moc"

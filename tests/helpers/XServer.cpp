@@ -2,17 +2,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QStringList modes[] {
-    {u"large"_s, u"173.00"_s, u"1920"_s, u"2048"_s, u"2248"_s, u"2576"_s, u"1080"_s, u"1083"_s,
-        u"1088"_s, u"1120"_s},
-    {u"small"_s, u"106.50"_s, u"1440"_s, u"1528"_s, u"1672"_s, u"1904"_s, u"900"_s, u"903"_s,
-        u"909"_s, u"934"_s},
-};
-
-} // namespace
-
 XServer::XServer()
 {
     m_process.start(u"Xorg"_s,
@@ -24,8 +13,6 @@ XServer::XServer()
     if (number.isEmpty())
         return;
     m_name = u':' + QString::fromLatin1(number);
-    for (const QStringList& mode : modes)
-        run(u"xrandr"_s, QStringList {u"--newmode"_s} + mode);
     plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
     run(u"xrandr"_s, {u"--output"_s, u"DUMMY0"_s, u"--primary"_s});
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

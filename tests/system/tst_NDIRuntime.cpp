@@ -42,44 +42,41 @@ class NDIRuntimeTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void sendsTheAudiencePicture();
+    void initTestCase()
+    {
+        if (!QFile::exists(runtimeFolder + u"/libndi.so.6"_s))
+            QSKIP("There is no NDI runtime: scripts/fetch-ndi-runtime brings one.");
+        if (!isAlone())
+            QSKIP("The source would be announced in the network: user namespaces are not allowed.");
+    }
+
+    void sendsTheAudiencePicture()
+    {
+        RunningProgram program;
+        program.setStored(u"TarrowSettings.v1"_s,
+            RunningProgram::settingsDocument(
+                {{u"ndiEnabled"_s, true}, {u"ndiSourceName"_s, u"Bühne"_s}}));
+        program.environment().insert(u"NDI_RUNTIME_DIR_V6"_s, runtimeFolder);
+        QVERIFY(program.start());
+        QVERIFY(program.waitForLog("NDI sending as \"Bühne\""));
+
+        NDIReceiver receiver(runtimeFolder);
+        QVERIFY(receiver.isReady());
+        NDIReceiver::Frame frame = receiver.receive(10s);
+        QCOMPARE(frame.picture.size(), QSize(1920, 1080));
+        QCOMPARE(frame.rateNumerator, 30000);
+        QCOMPARE(frame.rateDenominator, 1000);
+        QVERIFY(redShare(frame.picture) < 0.001);
+
+        // Less than a minute is shown in red: "00:30" in the middle of a black picture.
+        program.send("GO 0.5");
+        for (int i = 0; i < 90 && redShare(frame.picture) < 0.01; ++i)
+            frame = receiver.receive(10s);
+        QVERIFY(redShare(frame.picture) > 0.01);
+        QVERIFY(redShare(frame.picture.copy(0, 0, 200, 1080)) < 0.001);
+        QVERIFY(qGray(frame.picture.pixel(0, 0)) < 16);
+    }
 };
-
-void NDIRuntimeTest::initTestCase()
-{
-    if (!QFile::exists(runtimeFolder + u"/libndi.so.6"_s))
-        QSKIP("There is no NDI runtime: scripts/fetch-ndi-runtime brings one.");
-    if (!isAlone())
-        QSKIP("The source would be announced in the network: user namespaces are not allowed.");
-}
-
-void NDIRuntimeTest::sendsTheAudiencePicture()
-{
-    RunningProgram program;
-    program.setStored(u"TarrowSettings.v1"_s,
-        RunningProgram::settingsDocument(
-            {{u"ndiEnabled"_s, true}, {u"ndiSourceName"_s, u"Bühne"_s}}));
-    program.environment().insert(u"NDI_RUNTIME_DIR_V6"_s, runtimeFolder);
-    QVERIFY(program.start());
-    QVERIFY(program.waitForLog("NDI sending as \"Bühne\""));
-
-    NDIReceiver receiver(runtimeFolder);
-    QVERIFY(receiver.isReady());
-    NDIReceiver::Frame frame = receiver.receive(10s);
-    QCOMPARE(frame.picture.size(), QSize(1920, 1080));
-    QCOMPARE(frame.rateNumerator, 30000);
-    QCOMPARE(frame.rateDenominator, 1000);
-    QVERIFY(redShare(frame.picture) < 0.001);
-
-    // Less than a minute is shown in red: "00:30" in the middle of a black picture.
-    program.send("GO 0.5");
-    for (int i = 0; i < 90 && redShare(frame.picture) < 0.01; ++i)
-        frame = receiver.receive(10s);
-    QVERIFY(redShare(frame.picture) > 0.01);
-    QVERIFY(redShare(frame.picture.copy(0, 0, 200, 1080)) < 0.001);
-    QVERIFY(qGray(frame.picture.pixel(0, 0)) < 16);
-}
 
 QTEST_GUILESS_MAIN(NDIRuntimeTest)
 
