@@ -139,32 +139,25 @@ private Q_SLOTS:
             QTest::newRow(script) << list << time;
         };
         row("set 99; start; next", "*A B C", "01:39");
-        row("select 0; set 99; start; next", "A *B C", "01:39");
         row("select 2; next", "A B *C", "00:00 idle");
         row("previous", "A B C", "00:00 idle");
         row("select 2; set 99; start; previous", "A *B C", "01:39");
-        row("select 0; previous", "*A B C", "00:00 idle");
         row("clear; next; previous", "", "00:00 idle");
         row("lose; previous", "A B C ?", "00:00 idle");
         row("lose; next", "*A B C", "00:00 idle");
         row("twins; select 1; next", "*A *B C", "00:00 idle");
-        row("load 0; select 2", "A B *C", "00:10");
         row("load 0; wait 3; load 1", "A *B C", "00:20");
         row("clock on; load 1", "A *B C", "00:20");
         row("load 0; pause; load 1; wait 1", "A *B C", "00:19");
-        row("load 1; wait 3; start", "A *B C", "00:20");
         row("select 1; load -1; select -1; load 3; select 3", "A *B C", "00:00 idle");
         row("load 9223372036854775807; load -9223372036854775808", "A B C", "00:00 idle");
 
         row("follow on; next", "*A B C", "00:10");
-        row("follow on; load 0; next", "A *B C", "00:20");
         row("follow on; load 2; wait 1; next", "A B *C", "00:29");
-        row("follow on; load 2; previous", "A *B C", "00:20");
         row("follow on; load 0; wait 1; previous", "*A B C", "00:09");
         row("follow on; select 1", "A *B C", "00:20");
 
         row("load 0; wait 11", "*A B C", "00:00 idle");
-        row("follow on; load 0; wait 11", "A *B C", "00:20");
         row("follow on; load 0; wait 11; wait 21; wait 31", "A B *C", "00:00 idle");
         row("follow on; countUp on; load 2; wait 31", "A B *C", "-00:01");
         row("follow on; loop on; load 0; wait 11", "*A B C", "00:10");
@@ -172,7 +165,6 @@ private Q_SLOTS:
         // The next cue is the one behind what is current at that moment.
         row("load 0; select 1; follow on; wait 11", "A B *C", "00:30");
         row("follow on; load 0; remove 0; wait 11", "B C", "00:00 idle");
-        row("follow on; load 0; remove 1; wait 11", "A *C", "00:30");
         row("follow on; load 0; move 0 2; wait 11", "C B *A", "00:00 idle");
         row("follow on; load 0; import; wait 11", "a B C", "00:00 idle");
         row("twins; follow on; load 0; wait 11; wait 21", "*A *B C", "00:20");
@@ -181,7 +173,6 @@ private Q_SLOTS:
         row("seconds -5; load 0; wait 1; start; wait 2", "*A B C", "00:02");
         // Changes of the list leave the countdown alone.
         row("load 0; remove 0; wait 1", "B C", "00:09");
-        row("load 0; import; wait 1", "a B C", "00:09");
     }
     void steps()
     {
@@ -202,16 +193,12 @@ private Q_SLOTS:
         };
         row("add  D E ", "A *B C D E", 1);
         row("add  \t ", "A *B C Cue 4", 1);
-        row("remove 2; add", "A *B Cue 3", 2);
         row("remove 0", "*B C", 1);
-        row("remove 1", "A C", 1);
         row("remove -1; remove 3; remove 9223372036854775807", "A *B C", 0);
         row("move 0 1", "*B A C", 1);
         row("move 0 2", "C *B A", 1);
-        row("move 2 -2", "C *B A", 1);
         row("move 0 -1; move 2 1; move -1 1; move 3 -1", "A *B C", 0);
         row("move 2 9223372036854775807; move 2 -9223372036854775808", "A *B C", 0);
-        row("move 9223372036854775807 1; move -9223372036854775808 -1", "A *B C", 0);
         row("import", "a B C", 1);
         row("seconds 7; clear", "?", 2);
         row("load 0; next; previous; select 1", "A *B C", 0);
@@ -282,7 +269,6 @@ private Q_SLOTS:
         QTest::newRow("nothing") << QByteArray("");
         QTest::newRow("cut short") << '[' + cueText();
         QTest::newRow("one bad cue") << '[' + cueText() + ',' + cueText("1") + ']';
-        QTest::newRow("object") << cueText();
         QTest::newRow("file") << fileText('[' + cueText() + ']');
     }
     void ignoresStoredBytesThatAreNoList()
@@ -313,7 +299,6 @@ private Q_SLOTS:
         file("no cues", fileText("[]"), {});
         file("twins", fileText('[' + cueText() + ',' + cueText() + ']'), {usual, usual});
         file("version 7", fileText('[' + cueText() + ']', "7"), {usual});
-        file("version 1.0", fileText('[' + cueText() + ']', "1.0"), {usual});
         file("another order and layout",
             "\n{ \"cues\" : [" + cueText() + R"(], "version":-1, "format":"TarrowCues"} )",
             {usual});
@@ -323,7 +308,6 @@ private Q_SLOTS:
         cue("lower case identity", cueText(upper.toLower()), {letters, u"T"_s, 5});
         cue("identity of zeros", cueText(R"("00000000-0000-0000-0000-000000000000")"),
             {QUuid(), u"T"_s, 5});
-        cue("whole seconds with a fraction", cueText().replace(":5}", ":5.0}"), usual);
     }
     void imports()
     {
@@ -345,7 +329,6 @@ private Q_SLOTS:
         const QByteArray complete = fileText('[' + cueText() + ']');
         QTest::newRow("no bytes") << QByteArray();
         QTest::newRow("cut short") << complete.chopped(1);
-        QTest::newRow("something behind the end") << complete + ']';
         QTest::newRow("no UTF-8") << fileText('[' + cueText(usualId, "\"\xff\"") + ']');
         QTest::newRow("bare list") << '[' + cueText() + ']';
         for (const char* const name : {"format", "version", "cues", "id", "title", "seconds"}) {
@@ -357,24 +340,20 @@ private Q_SLOTS:
             for (const QByteArray& text : texts)
                 QTest::addRow("%s %s", name, text.constData()) << QByteArray(file(text));
         };
-        rows("format", {R"("tarrowcues")", R"("TarrowCues ")", "null", "1", R"(["TarrowCues"])"},
+        rows("format", {R"("tarrowcues")", R"("TarrowCues ")", "null"},
             [](auto& text) { return fileText("[]", "1", text); });
-        rows("version", {R"("1")", "1.5", "null", "true", "1e300"},
-            [](auto& text) { return fileText("[]", text); });
-        rows("cues", {"null", "{}", R"("")", "[null]", "[[]]", "[1]"},
-            [](auto& text) { return fileText(text); });
+        rows("version", {R"("1")", "null"}, [](auto& text) { return fileText("[]", text); });
+        rows("cues", {"null", "{}", "[null]"}, [](auto& text) { return fileText(text); });
         rows("id",
             {"null", "4", R"("")", R"("{00000000-0000-4000-8000-000000000004}")",
                 R"("00000000000040008000000000000004")", R"("00000000-0000-4000-8000-00000000004")",
-                R"("00000000-0000-4000-8000-0000000000004")",
                 R"("00000000-0000-4000-8000-000000000004\n")",
-                R"(" 00000000-0000-4000-8000-000000000004")",
                 R"("0000000-00000-4000-8000-000000000004")",
                 R"("G0000000-0000-4000-8000-000000000004")"},
             [](auto& text) { return fileText('[' + cueText(text) + ']'); });
-        rows("title", {"null", "1", "true", R"("\udc00")"},
+        rows("title", {"null", R"("\udc00")"},
             [](auto& text) { return fileText('[' + cueText(usualId, text) + ']'); });
-        rows("seconds", {"null", R"("5")", "1.5", "true", "9223372036854775808", "[5]"},
+        rows("seconds", {"null", "1.5"},
             [](auto& text) { return fileText('[' + cueText(usualId, R"("T")", text) + ']'); });
     }
     void rejects()

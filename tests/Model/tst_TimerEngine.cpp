@@ -109,7 +109,6 @@ struct Stage {
                 {u"tick"_s, [&] { engine.tick(); }},
                 {u"wait"_s, [&] { play(qPrintable(u"miss %1; tick"_s.arg(rest))); }},
                 {u"message"_s, [&] { engine.setMessage(rest); }},
-                {u"noMessage"_s, [&] { engine.setMessage(std::nullopt); }},
                 {u"blackout"_s, [&] { engine.toggleBlackout(); }},
                 {u"strobe"_s, [&] { engine.strobe(); }},
                 {u"reset"_s, [&] { engine.reset(); }},
@@ -171,21 +170,14 @@ private Q_SLOTS:
         // Each value is shown for a full second after it was reached.
         row("go 300; wait 0.999999", "05:00 amber running");
         row("go 300; wait 1", "04:59 amber running");
-        row("go 300; wait 300.999999", "00:00 red running");
-        row("go 300; wait 301", "00:00 red idle");
         row("countUp on; go 300; wait 301.999999", "-00:01 red running");
-        row("countUp on; go 300; wait 390", "-01:30 red running");
         row("go 7507", "125:07 normal running");
-        row("go 300; set 120; wait 1", "04:59 amber running");
         // The clock is set back, and ahead.
         row("go 300; wait -0.999999", "05:00 amber running");
         row("go 300; wait -1", "05:01 normal running");
-        row("go 300; wait 60; wait -3600", "64:00 normal running");
-        row("go 7200; wait 3600; wait 1", "59:59 normal running");
         row("go 300; wait -3155695200000", "52594920005:00 normal running");
         row("countUp on; go 300; wait 3155695200000", "-52594919995:00 red running");
         // The ends of 64 bits hold.
-        row("rearm 9223372036854775807", "153722867280912930:07 normal running");
         row("rearm 9223372036854775807; wait -9", "153722867280912930:07 normal running");
         row("rearm 9223372036854775807; add", "153722867280912930:07 normal running");
         row("countUp on; rearm -9223372036854775808; wait 9", "-153722867280912930:08 red running");
@@ -196,7 +188,6 @@ private Q_SLOTS:
     void countsUp_data()
     {
         addColumns();
-        row("go 0", "00:00 normal running");
         row("go 0; wait 0.999999", "00:00 normal running");
         row("go 0; wait 1", "00:01 normal running");
         row("loop on; next on; cue 0; wait 1; wait 3600", "60:01 normal running", "running");
@@ -218,10 +209,8 @@ private Q_SLOTS:
         row("go 61", "01:01 amber running");
         row("go 60", "01:00 red running");
         row("colors off; go 30", "00:30 normal running");
-        row("colors off; go 30; wait 31", "00:00 normal idle");
         row("colors off; rearm -30", "-00:30 red running");
         row("amber 60; red 300; go 300", "05:00 red running");
-        row("amber 60; red 300; go 301", "05:01 normal running");
         row("amber 0; red -1; rearm 0", "00:00 amber running");
         row("amber -1; red -1; rearm 0", "00:00 normal running");
         row("amber -9; red -9; rearm -1", "-00:01 red running");
@@ -240,7 +229,6 @@ private Q_SLOTS:
         QCOMPARE(color(TimeThreshold::red, stage.settings).r, 0.3);
         stage.settings.useThresholdColors = false;
         QCOMPARE(color(TimeThreshold::amber, stage.settings).r, 0.1);
-        QCOMPARE(color(TimeThreshold::red, stage.settings).r, 0.1);
     }
 
     void finishes_data()
@@ -256,7 +244,6 @@ private Q_SLOTS:
         row("cue 10; wait 11", "00:00 red idle", "running finish ask idle");
         row("next on; cue 10; go 10; wait 11", "00:00 red idle", "running finish idle");
 
-        row("loop on; go 10; wait 11; wait 11", "00:10 red running", "running finish finish");
         row("loop on; go 10; wait 35.5; wait 0.999999", "00:10 red running");
         row("loop on; go 10; set 120; wait 11", "02:00 amber running");
         row("loop on; go 10; set 0; wait 11; wait 1", "00:00 red running", "running finish finish");
@@ -276,7 +263,6 @@ private Q_SLOTS:
             "running finish finish idle");
 
         // Resuming overtime decides again.
-        row("countUp on; go 10; wait 15; pause; wait 9; pause", "-00:05 red running");
         row("countUp on; go 10; wait 15; pause; pause; tick", "-00:05 red running",
             "running finish paused running finish");
         row("countUp on; go 10; wait 15; countUp off; pause; pause; tick", "00:00 red idle",
@@ -304,12 +290,10 @@ private Q_SLOTS:
         row("go 300; wait 1.9; pause; wait 3600", "04:59 amber paused");
         row("go 300; wait 1.9; pause; wait 9; pause; wait 0.999999", "04:59 amber running");
         row("go 300; miss 1; pause; pause", "05:00 amber running");
-        row("go 300; wait 9; pause; start", "05:00 amber running");
         row("set 300; pause", "00:00 normal idle", "");
         row("clock on; pause", "00:00:00 normal clock", "clock");
 
         row("go 250; wait 1.9; add; wait 0.999999", "05:09 normal running");
-        row("go 250; pause; add; wait 9", "05:10 normal paused");
         row("go 250; pause; add; pause; wait 1", "05:09 normal running");
         row("rearm -5; add", "00:55 red running");
         row("go 300; stop; add", "00:00 normal idle");
@@ -318,15 +302,12 @@ private Q_SLOTS:
         row("go 300; wait 1.9; subtract; wait 0.999999", "03:59 amber running");
         row("go 61; subtract", "00:01 red running");
         row("go 60; subtract", "01:00 red running");
-        row("go 61; pause; subtract", "00:01 red paused");
         row("go 60; pause; subtract", "01:00 red paused");
         row("rearm -90; subtract", "-01:30 red running");
         row("go 300; clock on; subtract", "00:00:00 normal clock");
 
         row("go 300; wait 1; stop; wait 1", "00:00 normal idle", "running idle");
         row("go 300; pause; stop; pause", "00:00 normal idle");
-        row("countUp on; go 9; wait 20; stop; wait 1", "00:00 normal idle");
-        row("go 9; wait 10; stop", "00:00 normal idle");
         row("clock on; stop; wait 1", "00:00 normal idle", "clock idle");
         // Nothing of the run is left but the set time.
         row("go 300; wait 9; stop; start", "05:00 amber running");
@@ -341,9 +322,7 @@ private Q_SLOTS:
     {
         addColumns();
         row("wait 3723; clock on", "01:02:03 normal clock");
-        row("wait 3723.5; clock on", "01 02 03 normal clock");
         row("clock on; wait 3723.499999", "01:02:03 normal clock");
-        row("clock on; wait 3723.5", "01 02 03 normal clock");
         row("clock on; wait 3723.999999", "01 02 03 normal clock");
         row("rearm -5; clock on", "00:00:00 normal clock");
         // The countdown ends with it.
@@ -368,8 +347,6 @@ private Q_SLOTS:
         row("message Hi", "00:00 normal idle [Hi]");
         row("message   Two  words\t", "00:00 normal idle [Two  words]");
         row("message \u00a0\u2003\u2028Hi\u0085", "00:00 normal idle [Hi]");
-        row("message Hi; message    ", "00:00 normal idle");
-        row("message Hi; noMessage", "00:00 normal idle");
         row("blackout; blackout", "00:00 normal idle");
         // They outlive everything but a reset.
         row("message Hi; blackout; strobe; go 1; wait 2; clock on; stop",
@@ -420,7 +397,6 @@ private Q_SLOTS:
         stage.play("clock on");
         QCOMPARE(publicationsOf("wait 0.1", 30), 6);
         QCOMPARE(publicationsOf("stop"), 1);
-        QCOMPARE(publicationsOf("stop"), 0);
         QCOMPARE(publicationsOf("reset"), 0);
         QCOMPARE(publicationsOf("message Hi", 2), 1);
         QCOMPARE(publicationsOf("message  Hi "), 0);
