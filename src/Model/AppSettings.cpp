@@ -1,7 +1,5 @@
 #include "Model/AppSettings.h"
 
-#include <QJsonDocument>
-
 #include <functional>
 #include <type_traits>
 
@@ -43,13 +41,7 @@ std::optional<QJsonObject> AppSettings::snapshot() const
 
 void AppSettings::load()
 {
-    const std::optional<QByteArray> stored = m_preferences.data(defaultsKey.toString());
-    if (!stored)
-        return;
-    const QJsonDocument document = QJsonDocument::fromJson(*stored);
-    if (!document.isObject())
-        return;
-    const QJsonObject object = document.object();
+    const QJsonObject object = m_preferences.document(defaultsKey).object();
 
     // Nothing is assigned before everything has been read.
     std::vector<std::function<void()>> assignments;
@@ -76,9 +68,6 @@ void AppSettings::save()
 {
     if (m_suppressSave)
         return;
-    const std::optional<QJsonObject> object = snapshot();
-    if (!object)
-        return;
-    m_preferences.setData(
-        defaultsKey.toString(), QJsonDocument(*object).toJson(QJsonDocument::Compact));
+    if (const std::optional<QJsonObject> object = snapshot())
+        m_preferences.setDocument(defaultsKey, QJsonDocument(*object));
 }

@@ -18,7 +18,7 @@
 class AppSettings {
 public:
     /// The key of the document in the preferences.
-    static constexpr QStringView defaultsKey = u"TarrowSettings.v1";
+    static inline const QString defaultsKey = QStringLiteral("TarrowSettings.v1");
 
     /// Loads what `preferences`, which must outlive the object, has stored.
     explicit AppSettings(Preferences& preferences);

@@ -198,20 +198,13 @@ bool CueController::autoAdvance()
 
 void CueController::load()
 {
-    const std::optional<QByteArray> stored = m_preferences.data(defaultsKey.toString());
-    if (!stored)
-        return;
-    const QJsonDocument document = QJsonDocument::fromJson(*stored);
-    if (!document.isArray())
-        return;
-    if (const auto list = decodeArray<Cue>(document.array()))
+    // What is no list is as good as an empty one, which nothing has to be done for.
+    if (const auto list = decodeArray<Cue>(m_preferences.document(defaultsKey).array()))
         cues = *list;
 }
 
 void CueController::save()
 {
-    if (m_suppressSave)
-        return;
-    m_preferences.setData(defaultsKey.toString(),
-        QJsonDocument(encodeArray(cues.value())).toJson(QJsonDocument::Compact));
+    if (!m_suppressSave)
+        m_preferences.setDocument(defaultsKey, QJsonDocument(encodeArray(cues.value())));
 }

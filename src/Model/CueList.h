@@ -38,7 +38,7 @@ template <> struct JsonForm<Cue> {
 class CueController final : public CueControlling {
 public:
     /// The key of the stored list in the preferences.
-    static constexpr QStringView defaultsKey = u"TarrowCues.v1";
+    static inline const QString defaultsKey = QStringLiteral("TarrowCues.v1");
 
     /// All three must outlive the controller, which becomes the engine's auto-advance handler.
     CueController(TimerEngine& engine, AppSettings& settings, Preferences& preferences);

@@ -4,6 +4,16 @@
 
 using namespace Qt::StringLiterals;
 
+QJsonDocument Preferences::document(const QString& key) const
+{
+    return QJsonDocument::fromJson(data(key).value_or(QByteArray()));
+}
+
+void Preferences::setDocument(const QString& key, const QJsonDocument& value)
+{
+    setData(key, value.toJson(QJsonDocument::Compact));
+}
+
 std::optional<bool> Preferences::boolean(const QString& key) const
 {
     const std::optional<QString> written = text(key);

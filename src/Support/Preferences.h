@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonDocument>
 #include <QString>
 
 #include <optional>
@@ -22,6 +23,10 @@ public:
 
     [[nodiscard]] virtual std::optional<QString> text(const QString& key) const = 0;
     virtual void setText(const QString& key, const QString& value) = 0;
+
+    /// Documents are kept as data, in compact JSON. What is no JSON is the null document.
+    [[nodiscard]] QJsonDocument document(const QString& key) const;
+    void setDocument(const QString& key, const QJsonDocument& value);
 
     /// Numbers and switches are kept as text and read back strictly: "true" and "false", and
     /// decimal digits with at most a minus sign. Anything else is no value.
