@@ -5,11 +5,7 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSettings>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
 
@@ -83,16 +79,9 @@ bool RunningProgram::start()
 
 void RunningProgram::send(const QByteArray& datagram)
 {
-    const int descriptor = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(m_port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (sendto(descriptor, datagram.constData(), static_cast<size_t>(datagram.size()), 0,
-            reinterpret_cast<const sockaddr*>(&address), sizeof address)
-        != datagram.size())
+    QUdpSocket socket;
+    if (socket.writeDatagram(datagram, QHostAddress::LocalHost, m_port) != datagram.size())
         qFatal("cannot send a datagram");
-    close(descriptor);
 }
 
 bool RunningProgram::waitForLog(const QByteArray& text)
