@@ -61,8 +61,9 @@ private:
         QByteArray bytes = {};
         qsizetype sent = 0;
         quint32 watchedFor = 0;
-        /// Bytes that came after the answer.
-        qsizetype dropped = 0;
+        /// The peer sends no more.
+        bool hasEnded = false;
+        /// Nothing has come since the last sweep.
         bool hasSeenASweep = false;
     };
 
@@ -78,7 +79,7 @@ private:
     void receive(int descriptor, Connection& connection);
     void send(int descriptor, Connection& connection);
     void linger(int descriptor, Connection& connection);
-    void drain(int descriptor, Connection& connection);
+    static void discardInput(int descriptor, Connection& connection);
     void sweep();
     void drop(int descriptor);
 

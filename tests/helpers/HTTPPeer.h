@@ -14,8 +14,9 @@ public:
 
     [[nodiscard]] bool isConnected() const { return m_isConnected; }
 
-    /// Sends as much as there is room for; nothing when the other side has closed.
-    void send(QByteArrayView bytes) const;
+    /// Sends as much as there is room for; nothing when the other side has closed. Gives the number
+    /// of bytes that went out.
+    qsizetype send(QByteArrayView bytes) const;
     /// Sends no more, but still receives.
     void endStream() const;
 

@@ -23,11 +23,10 @@ constexpr size_t receiveSize = 65536;
 constexpr int eventsPerTurn = 64;
 constexpr int acceptsPerTurn = 64;
 
-/// A peer that still sends when its answer is out is listened to for a while: closing on unread
-/// bytes would reset the connection, and that can cost the peer the answer.
+/// A peer that still sends when its answer is out is listened to until it has been silent for a
+/// while: closing on unread bytes would reset the connection, and that can cost it the answer.
 constexpr auto sweepInterval = 5s;
-constexpr qsizetype mostToDrop = 16'777'216;
-constexpr size_t dropSize = 1'048'576;
+constexpr size_t discardSize = 1'048'576;
 
 /// After this much time there may be descriptors that others have given back.
 constexpr auto resumeDelay = 500ms;
@@ -174,10 +173,14 @@ void StreamListener::handleEvent(int descriptor)
         receive(descriptor, connection);
         break;
     case Connection::State::answering:
+        // Who sends everything before reading anything must not be waited for.
+        discardInput(descriptor, connection);
         send(descriptor, connection);
         break;
     case Connection::State::lingering:
-        drain(descriptor, connection);
+        discardInput(descriptor, connection);
+        if (connection.hasEnded)
+            drop(descriptor);
         break;
     }
 }
@@ -280,7 +283,7 @@ void StreamListener::send(int descriptor, Connection& connection)
             static_cast<size_t>(connection.bytes.size() - connection.sent),
             MSG_MORE | MSG_NOSIGNAL);
         if (count < 0 && isTemporary(errno)) {
-            watchFor(EPOLLOUT, descriptor, connection);
+            watchFor(connection.hasEnded ? EPOLLOUT : EPOLLIN | EPOLLOUT, descriptor, connection);
             return;
         }
         if (count < 0) {
@@ -305,17 +308,14 @@ void StreamListener::linger(int descriptor, Connection& connection)
     watchFor(EPOLLIN, descriptor, connection);
 }
 
-void StreamListener::drain(int descriptor, Connection& connection)
+void StreamListener::discardInput(int descriptor, Connection& connection)
 {
-    const ssize_t count = recv(descriptor, nullptr, dropSize, MSG_TRUNC);
-    if (count < 0 && isTemporary(errno))
-        return;
-    connection.dropped += count;
-    if (count <= 0 || connection.dropped > mostToDrop)
-        drop(descriptor);
+    const ssize_t count = recv(descriptor, nullptr, discardSize, MSG_TRUNC);
+    connection.hasEnded = count == 0 || (count < 0 && !isTemporary(errno));
+    connection.hasSeenASweep = false;
 }
 
-/// Ends those who have lingered since the last sweep.
+/// Ends those who have lingered in silence since the last sweep.
 void StreamListener::sweep()
 {
     std::vector<int> overdue;
