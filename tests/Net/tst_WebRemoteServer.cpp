@@ -2,6 +2,7 @@
 
 #include "helpers/HTTPPeer.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QTest>
 
@@ -62,19 +63,6 @@ struct Remote {
     QStringList commands;
 };
 
-/// Counts how often a socket has something to do.
-class SocketActivity : public QObject {
-public:
-    bool eventFilter(QObject* /*receiver*/, QEvent* event) override
-    {
-        if (event->type() == QEvent::SockAct)
-            ++count;
-        return false;
-    }
-
-    int count = 0;
-};
-
 /// The number that the next descriptor gets.
 int lowestFreeDescriptor()
 {
@@ -132,38 +120,18 @@ private Q_SLOTS:
         QTEST(remote.commands, "commands");
     }
 
-    void takesRequestsInPieces()
-    {
-        Remote remote;
-        const auto slow = remote.peer();
-        for (const char byte : QByteArrayView("GET /cmd?c=PAUSE\r\n\r"))
-            slow->send(QByteArrayView(&byte, 1));
-        const auto other = remote.peer();
-        other->send("GET /cmd?c=START\r\n\r\n");
-        QTRY_VERIFY(other->receiveAll());
-        QCOMPARE(remote.commands, QStringList(u"START"_s));
-        slow->send("\n");
-        QTRY_VERIFY(slow->receiveAll());
-        QCOMPARE(slow->received(), json(R"({"ok":true})"));
-        QCOMPARE(remote.commands, QStringList({u"START"_s, u"PAUSE"_s}));
-    }
-
-    /// Neither what comes behind the head nor the end of what the peer sends costs it the answer,
-    /// nor anyone else, though it reads nothing before it has sent everything.
+    /// Neither what comes behind the head nor the end of the stream costs a peer its answer, nor
+    /// anyone else, though it reads nothing before it has sent everything.
     void answersThoseWhoSendFirst_data()
     {
         QTest::addColumn<qsizetype>("documentSize");
-        QTest::addColumn<qsizetype>("bodySize");
-        QTest::addColumn<bool>("endsItsStream");
-        QTest::newRow("short answer") << qsizetype(10) << qsizetype(40'000'000) << false;
-        QTest::newRow("long answer") << qsizetype(30'000'000) << qsizetype(40'000'000) << false;
-        QTest::newRow("end of stream") << qsizetype(30'000'000) << qsizetype(1) << true;
+        QTest::newRow("short answer") << qsizetype(10);
+        QTest::newRow("long answer") << qsizetype(30'000'000);
     }
     void answersThoseWhoSendFirst()
     {
         QFETCH(const qsizetype, documentSize);
-        QFETCH(const qsizetype, bodySize);
-        QFETCH(const bool, endsItsStream);
+        constexpr qsizetype bodySize = 40'000'000;
         Remote remote;
         const QByteArray document(documentSize, 'x');
         remote.server.cuesJSON = [&] { return document; };
@@ -176,8 +144,7 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
         }
         QVERIFY(sent >= bodySize);
-        if (endsItsStream)
-            peer->endStream();
+        peer->endStream();
         const auto other = remote.peer();
         other->send("GET /state\r\n\r\n");
         QTRY_VERIFY(other->receiveAll());
@@ -186,22 +153,17 @@ private Q_SLOTS:
         QVERIFY(peer->received() == json(document));
     }
 
-    void hangsUpWithoutAnAnswer_data()
-    {
-        QTest::addColumn<QByteArray>("request");
-        QTest::newRow("head too long") << QByteArray(70'000, 'a');
-        QTest::newRow("stream ends first") << QByteArray("GET /state HTTP/1.1\r\nHost: x");
-    }
     void hangsUpWithoutAnAnswer()
     {
-        QFETCH(const QByteArray, request);
         Remote remote;
-        const auto peer = remote.peer();
-        peer->send(request);
-        if (request.size() < 65536)
-            peer->endStream();
-        QTRY_VERIFY(peer->receiveAll());
-        QCOMPARE(peer->received(), QByteArray());
+        const std::array peers {remote.peer(), remote.peer()};
+        peers[0]->send(QByteArray(70'000, 'a'));
+        peers[1]->send("GET /state HTTP/1.1\r\nHost: x");
+        peers[1]->endStream();
+        for (const auto& peer : peers) {
+            QTRY_VERIFY(peer->receiveAll());
+            QCOMPARE(peer->received(), QByteArray());
+        }
     }
 
     void stopLetsRequestsFinish()
@@ -210,7 +172,7 @@ private Q_SLOTS:
         const quint16 port = Remote().server.boundPort();
         Remote remote(port);
         const auto half = remote.peer();
-        half->send("GET /cmd?c=PAUSE ");
+        half->send("GET /cmd?c=PAUSE HTTP/1.1\r\n\r");
         QCoreApplication::processEvents();
         const auto justConnected = remote.peer();
         WebRemoteServer again(port);
@@ -220,7 +182,7 @@ private Q_SLOTS:
         again.start();
         QVERIFY(again.isRunning());
         QCOMPARE(again.boundPort(), port);
-        half->send("HTTP/1.1\r\n\r\n");
+        half->send("\n");
         justConnected->send("GET /cmd?c=START\r\n\r\n");
         for (HTTPPeer* peer : {half.get(), justConnected.get()}) {
             QTRY_VERIFY(peer->receiveAll());
@@ -255,17 +217,16 @@ private Q_SLOTS:
 #endif
         Remote remote;
         const std::array peers {remote.peer(), remote.peer(), remote.peer()};
-        SocketActivity activity;
-        QCoreApplication::instance()->installEventFilter(&activity);
         rlimit before {};
         getrlimit(RLIMIT_NOFILE, &before);
         rlimit none = before;
         none.rlim_cur = static_cast<rlim_t>(lowestFreeDescriptor());
         setrlimit(RLIMIT_NOFILE, &none);
+        int busyTurns = 0;
         for (int turn = 0; turn < 100; ++turn)
-            QCoreApplication::processEvents();
+            busyTurns += QEventLoop().processEvents() ? 1 : 0;
         setrlimit(RLIMIT_NOFILE, &before);
-        QVERIFY(activity.count < 5);
+        QVERIFY(busyTurns < 5);
         for (const auto& peer : peers) {
             peer->send("GET /state\r\n\r\n");
             QTRY_VERIFY(peer->receiveAll());
