@@ -26,6 +26,9 @@ constexpr int acceptsPerTurn = 64;
 /// A peer that still sends when its answer is out is listened to until it has been silent for a
 /// while: closing on unread bytes would reset the connection, and that can cost it the answer.
 constexpr auto sweepInterval = 5s;
+/// Most peers leave as soon as they have their answer. So much later one look is enough, without
+/// watching them.
+constexpr auto leaveDelay = 5ms;
 constexpr size_t discardSize = 1'048'576;
 
 /// After this much time there may be descriptors that others have given back.
@@ -86,6 +89,9 @@ StreamListener::StreamListener()
     m_resumeTimer.setSingleShot(true);
     m_resumeTimer.setInterval(resumeDelay);
     QObject::connect(&m_resumeTimer, &QTimer::timeout, [this] { resumeAccepting(); });
+    m_leaveTimer.setSingleShot(true);
+    m_leaveTimer.setInterval(leaveDelay);
+    QObject::connect(&m_leaveTimer, &QTimer::timeout, [this] { seeOff(); });
     m_sweepTimer.setInterval(sweepInterval);
     QObject::connect(&m_sweepTimer, &QTimer::timeout, [this] { sweep(); });
 }
@@ -178,9 +184,7 @@ void StreamListener::handleEvent(int descriptor)
         send(descriptor, connection);
         break;
     case Connection::State::lingering:
-        discardInput(descriptor, connection);
-        if (connection.hasEnded)
-            drop(descriptor);
+        linger(descriptor, connection);
         break;
     }
 }
@@ -292,10 +296,10 @@ void StreamListener::send(int descriptor, Connection& connection)
         }
         connection.sent += count;
     }
-    linger(descriptor, connection);
+    endAnswer(descriptor, connection);
 }
 
-void StreamListener::linger(int descriptor, Connection& connection)
+void StreamListener::endAnswer(int descriptor, Connection& connection)
 {
     if (shutdown(descriptor, SHUT_WR) != 0) {
         drop(descriptor);
@@ -303,6 +307,31 @@ void StreamListener::linger(int descriptor, Connection& connection)
     }
     connection.state = Connection::State::lingering;
     connection.bytes.clear();
+    if (connection.watchedFor != 0) {
+        linger(descriptor, connection);
+        return;
+    }
+    m_leaving.push_back(descriptor);
+    if (!m_leaveTimer.isActive())
+        m_leaveTimer.start();
+}
+
+void StreamListener::seeOff()
+{
+    for (const int descriptor : std::exchange(m_leaving, {})) {
+        const auto found = m_connections.find(descriptor);
+        if (found != m_connections.end() && found->second.state == Connection::State::lingering)
+            linger(descriptor, found->second);
+    }
+}
+
+void StreamListener::linger(int descriptor, Connection& connection)
+{
+    discardInput(descriptor, connection);
+    if (connection.hasEnded) {
+        drop(descriptor);
+        return;
+    }
     if (!m_sweepTimer.isActive())
         m_sweepTimer.start();
     watchFor(EPOLLIN, descriptor, connection);
