@@ -25,7 +25,7 @@ HTTPPeer::~HTTPPeer()
     close(m_descriptor);
 }
 
-qsizetype HTTPPeer::send(QByteArrayView bytes) const
+qsizetype HTTPPeer::sendSome(QByteArrayView bytes) const
 {
     const auto size = static_cast<size_t>(bytes.size());
     const ssize_t count = ::send(m_descriptor, bytes.data(), size, MSG_DONTWAIT | MSG_NOSIGNAL);
