@@ -61,8 +61,9 @@ private:
         QByteArray bytes = {};
         qsizetype sent = 0;
         quint32 watchedFor = 0;
-        /// Bytes that came after the answer.
-        qsizetype dropped = 0;
+        /// The peer sends no more.
+        bool hasEnded = false;
+        /// Nothing has come since the last sweep.
         bool hasSeenASweep = false;
     };
 
@@ -77,8 +78,10 @@ private:
     void watchFor(quint32 what, int descriptor, Connection& connection);
     void receive(int descriptor, Connection& connection);
     void send(int descriptor, Connection& connection);
+    void endAnswer(int descriptor, Connection& connection);
+    void seeOff();
     void linger(int descriptor, Connection& connection);
-    void drain(int descriptor, Connection& connection);
+    static void discardInput(int descriptor, Connection& connection);
     void sweep();
     void drop(int descriptor);
 
@@ -91,6 +94,9 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unordered_map<int, Connection> m_connections;
     std::vector<char> m_received;
+    /// Have their answers, and are expected to go.
+    std::vector<int> m_leaving;
     QTimer m_resumeTimer;
+    QTimer m_leaveTimer;
     QTimer m_sweepTimer;
 };

@@ -1,13 +1,9 @@
 #include "Net/HTTPRequest.h"
-#include "helpers/ChildProcess.h"
 
 #include <QTest>
 
-#include <csignal>
-
 using namespace Qt::StringLiterals;
 using Query = QHash<QString, QString>;
-Q_DECLARE_METATYPE(Query)
 
 class HTTPRequestTest : public QObject {
     Q_OBJECT
@@ -16,32 +12,26 @@ private Q_SLOTS:
     void findsTheEndOfTheHead_data()
     {
         QTest::addColumn<QByteArray>("received");
-        QTest::addColumn<int>("state");
+        QTest::addColumn<RequestHead::State>("state");
         QTest::addColumn<QString>("text");
-        const int incomplete = int(RequestHead::State::incomplete);
-        const int complete = int(RequestHead::State::complete);
-        const int tooLong = int(RequestHead::State::tooLong);
-
+        using enum RequestHead::State;
         QTest::newRow("body behind it")
             << QByteArray("GET /\r\nA: b\r\n\r\nbody\r\n\r\n") << complete << u"GET /\r\nA: b"_s;
         QTest::newRow("empty") << QByteArray("\r\n\r\n") << complete << u""_s;
         QTest::newRow("line feeds only") << QByteArray("GET /\n\n") << incomplete << u""_s;
         QTest::newRow("not UTF-8, and a byte order mark")
             << QByteArray("\xef\xbb\xbf\xff /\r\n\r\n") << complete << u"\uFEFF\uFFFD /"_s;
-        QTest::newRow("longest without an end")
-            << QByteArray(65535, 'a') << incomplete << QString();
-        QTest::newRow("longer") << QByteArray(65536, 'a') << tooLong << QString();
+        QTest::newRow("longest without an end") << QByteArray(65535, 'a') << incomplete << u""_s;
+        QTest::newRow("longer") << QByteArray(65536, 'a') << tooLong << u""_s;
         QTest::newRow("longer, with its end") << QByteArray(65536, 'a') + "\r\n\r\n"
                                               << complete << QString(65536, u'a');
     }
     void findsTheEndOfTheHead()
     {
         QFETCH(const QByteArray, received);
-        QFETCH(const int, state);
-        QFETCH(const QString, text);
         const RequestHead head = readRequest(received, 0);
-        QCOMPARE(int(head.state), state);
-        QCOMPARE(head.text, text);
+        QTEST(head.state, "state");
+        QTEST(head.text, "text");
     }
 
     /// However the segments fall, the end is found when its last byte is there and not before.
@@ -85,11 +75,9 @@ private Q_SLOTS:
         row("empty", u""_s, {});
         row("second question mark", u"c=a?b"_s, {{u"c"_s, u"a?b"_s}});
         row("parts left empty", u"&&a=1&&b=2&"_s, {{u"a"_s, u"1"_s}, {u"b"_s, u"2"_s}});
-        row("later wins", u"c=1&c=2"_s, {{u"c"_s, u"2"_s}});
-        row("later without a value wins", u"c=1&c"_s, {{u"c"_s, u""_s}});
-        row("sign first", u"=x"_s, {{u"x"_s, u""_s}});
+        row("later wins, with no value too", u"c=1&c"_s, {{u"c"_s, u""_s}});
         row("signs first, then a value", u"==k=v"_s, {{u"k"_s, u"v"_s}});
-        row("sign last", u"k="_s, {{u"k"_s, u""_s}});
+        row("signs around", u"=k="_s, {{u"k"_s, u""_s}});
         row("further signs", u"k==v="_s, {{u"k"_s, u"=v="_s}});
         row("escapes in both", u"%63=GO%205%2b"_s, {{u"c"_s, u"GO 5+"_s}});
         row("plus", u"c=GO+5"_s, {{u"c"_s, u"GO+5"_s}});
@@ -97,13 +85,10 @@ private Q_SLOTS:
         row("beyond ASCII", u"c=%C3%A9é%F0%9F%8E%AD"_s, {{u"c"_s, u"éé🎭"_s}});
         row("NUL and byte order mark", u"c=%00%EF%BB%BF"_s, {{u"c"_s, u"\0\uFEFF"_s}});
         // A bad key is kept raw, a bad value becomes empty.
-        row("no digits", u"%ZZ=%ZZ"_s, {{u"%ZZ"_s, u""_s}});
         row("second digit bad", u"%4g=%4g"_s, {{u"%4g"_s, u""_s}});
         row("cut short", u"a%4=a%4"_s, {{u"a%4"_s, u""_s}});
-        row("cut shorter", u"%=%"_s, {{u"%"_s, u""_s}});
         row("sign for a digit", u"%+5=%+5"_s, {{u"%+5"_s, u""_s}});
-        row("not UTF-8", u"%ff=%ff"_s, {{u"%ff"_s, u""_s}});
-        row("surrogate", u"c=%ED%A0%80"_s, {{u"c"_s, u""_s}});
+        row("surrogate", u"%ED%A0%80=%ED%A0%80"_s, {{u"%ED%A0%80"_s, u""_s}});
     }
     void takesTargetsApart()
     {
@@ -111,28 +96,6 @@ private Q_SLOTS:
         const ParsedTarget parsed = parseTarget(target);
         QTEST(parsed.path, "path");
         QTEST(parsed.query, "query");
-    }
-
-    void stopsOnAParameterWithoutAName_data()
-    {
-        QTest::addColumn<QString>("target");
-        QTest::newRow("one") << u"/?="_s;
-        QTest::newRow("three behind a good one") << u"/x?c=1&==="_s;
-    }
-    void stopsOnAParameterWithoutAName()
-    {
-        QFETCH(const QString, target);
-        const ChildResult result = runInChild([&] { static_cast<void>(parseTarget(target)); });
-        QCOMPARE(result.signal, SIGABRT);
-        QCOMPARE(result.standardError.count("fatal: "), 1);
-    }
-
-    void writesResponses()
-    {
-        QCOMPARE(encode({"200 OK", "text/plain", "Größe"}),
-            QByteArray("HTTP/1.1 200 OK\r\nContent-Type: text/plain\r\nContent-Length: 7\r\n"
-                       "Cache-Control: no-store\r\nAccess-Control-Allow-Origin: *\r\n"
-                       "Connection: close\r\n\r\nGröße"));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "helpers/HTTPPeer.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -24,10 +25,11 @@ HTTPPeer::~HTTPPeer()
     close(m_descriptor);
 }
 
-void HTTPPeer::send(QByteArrayView bytes) const
+qsizetype HTTPPeer::sendSome(QByteArrayView bytes) const
 {
     const auto size = static_cast<size_t>(bytes.size());
-    static_cast<void>(::send(m_descriptor, bytes.data(), size, MSG_DONTWAIT | MSG_NOSIGNAL));
+    const ssize_t count = ::send(m_descriptor, bytes.data(), size, MSG_DONTWAIT | MSG_NOSIGNAL);
+    return std::max<qsizetype>(0, count);
 }
 
 void HTTPPeer::endStream() const

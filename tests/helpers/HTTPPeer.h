@@ -14,8 +14,10 @@ public:
 
     [[nodiscard]] bool isConnected() const { return m_isConnected; }
 
-    /// Sends as much as there is room for; nothing when the other side has closed.
-    void send(QByteArrayView bytes) const;
+    /// Sends as much as there is room for, nothing when the other side has closed; gives the
+    /// number of bytes that went out.
+    [[nodiscard]] qsizetype sendSome(QByteArrayView bytes) const;
+    void send(QByteArrayView bytes) const { static_cast<void>(sendSome(bytes)); }
     /// Sends no more, but still receives.
     void endStream() const;
 

@@ -17,7 +17,7 @@ from stage import Program, free_port  # noqa: E402
 
 PHONE = (360, 740)
 TABLET = (1000, 750)
-CUES = [("Opening", 300), ("<b>Main</b> & \u00fcber", 1200), ("x" * 200, 7200)]
+CUES = [("Opening", 300), ("<b>Main</b> & \u05d0\u05d1", 1200), ("x" * 200, 7200)]
 SETTINGS = {
     "textColor": {"r": 0.5, "g": 1, "b": 0.5, "a": 1},
     "backgroundColor": {"r": 0, "g": 0, "b": 0.2, "a": 1},
@@ -63,7 +63,8 @@ DISPLAY_STYLES = {
     "#fullscreen": {
         "width": "64px", "height": "64px", "right": "18px", "bottom": "18px",
         "border-radius": "16px", "background-color": "rgba(120, 120, 128, 0.32)",
-        "backdrop-filter": "blur(8px)", "font-size": "30px", "opacity": "0.9"},
+        "backdrop-filter": "blur(8px)", "font-size": "30px", "opacity": "0.9",
+        "transition": "opacity 0.4s"},
 }
 BUTTONS = [
     # Label, what the fields hold, the command that is sent.
@@ -106,6 +107,20 @@ class RemotePages(unittest.TestCase):
         return self.value(
             f"getComputedStyle(document.querySelector('{selector}')).getPropertyValue('{name}')")
 
+    def text(self, name):
+        return self.value(f"document.getElementById('{name}').textContent")
+
+    def font_size(self, selector):
+        return float(self.style(selector, "font-size").removesuffix("px"))
+
+    def pass_frames(self):
+        """Runs what the page does in its next two animation frames. On a busy machine none may
+        come while its time stands still."""
+        self.value("window.passed = 0; (function pass() {"
+                   "if (++passed < 3) requestAnimationFrame(pass); })()")
+        while self.value("passed") < 3:
+            self.browser.pass_time(1)
+
     def requested(self):
         return [address.removeprefix(self.address) for address in self.browser.requests()]
 
@@ -116,13 +131,6 @@ class RemotePages(unittest.TestCase):
                 self.open(path)
                 self.browser.pass_time(12000)
                 self.assertEqual(collections.Counter(self.requested()), expected)
-
-    def test_display_bypasses_the_cache(self):
-        self.open("/display")
-        headers = [event["params"]["headers"] for event in self.browser.events
-                   if event["method"] == "Network.requestWillBeSentExtraInfo"
-                   and event["params"]["headers"].get("Sec-Fetch-Dest") == "empty"]
-        self.assertEqual([header.get("Cache-Control") for header in headers], ["no-cache"])
 
     def test_drops_an_answer_that_a_later_one_has_overtaken(self):
         for path in ("/", "/display"):
@@ -139,9 +147,25 @@ class RemotePages(unittest.TestCase):
                     return document.getElementById("time").textContent;
                 })()"""), "01:00")
 
+    def test_gives_up_requests_that_nobody_answers(self):
+        for path, expected in (("/", [["/cmd?c=STOPTIME", None], ["/state", None]]),
+                               ("/display", [["/state", "no-store"], ["/state", "no-store"]])):
+            with self.subTest(path):
+                self.open(path)
+                self.value("""window.aborted = [];
+                    window.fetch = (path, { signal, cache }) => new Promise((_, fail) => {
+                        signal.onabort = () => { aborted.push([path, cache]); fail(); };
+                    });
+                    document.querySelector(".stop")?.click();""")
+                self.browser.pass_time(3500)
+                self.assertEqual(self.value("aborted.slice(0, 2)"), expected)
+
     def test_styles(self):
         for path, table in (("/", CONTROL_STYLES), ("/display", DISPLAY_STYLES)):
             self.open(path, "CUE1", "STOPTIME", "MSG Doors open")
+            # It opens on the message, without a slide.
+            self.assertEqual(self.value("document.querySelector('main')"
+                                        ".getAnimations({subtree: true}).length"), 0)
             self.value("document.getAnimations().forEach(fade => fade.finish())")
             for selector, styles in table.items():
                 for name, value in styles.items():
@@ -164,104 +188,87 @@ class RemotePages(unittest.TestCase):
                 self.assertEqual(self.requested(), ["/state"] if sent else [])
 
     def test_control_page_colors_the_time_its_own_way(self):
-        for start, threshold, own, mirrored in (
-                ("GO 12", "normal", "rgb(255, 255, 255)", TEXT_COLOR),
-                ("GO 4", "amber", "rgb(255, 176, 0)", "rgb(255, 176, 0)"),
-                ("GO 1", "red", "rgb(255, 59, 48)", "rgb(255, 59, 48)")):
-            with self.subTest(start):
-                self.open("/", start)
-                self.assertEqual(self.value("document.getElementById('time').className"), threshold)
-                self.assertEqual(self.style("#time", "color"), own)
-                self.open("/display", start)
-                self.assertEqual(self.style("#time", "color"), mirrored)
+        for start, own, mirrored in (("GO 12", "rgb(255, 255, 255)", TEXT_COLOR),
+                                     ("GO 4", "rgb(255, 176, 0)", "rgb(255, 176, 0)"),
+                                     ("GO 1", "rgb(255, 59, 48)", "rgb(255, 59, 48)")):
+            for path, color in (("/", own), ("/display", mirrored)):
+                with self.subTest(start, path=path):
+                    self.open(path, start)
+                    self.assertEqual(self.style("#time", "color"), color)
 
     def test_status_line(self):
         self.open("/", "GO 5", "BLACK", "MSG <i>Doors</i>")
-        self.assertEqual(self.value("document.getElementById('status').textContent"),
+        self.assertEqual(self.text("status"),
                          "running \u2022 blackout \u2022 msg: <i>Doors</i>")
         self.value("applyState({time: '', phase: 'idle', loop: true, message: ''})")
-        self.assertEqual(self.value("document.getElementById('status').textContent"),
-                         "idle \u2022 loop")
+        self.assertEqual(self.text("status"), "idle \u2022 loop")
 
     def test_cue_list_holds_titles_as_text(self):
         self.open("/", "CUE 2")
         self.assertEqual(
             self.value("[...document.querySelectorAll('#cues > button')].map(button =>"
-                       "[button.textContent, button.children.length, button.ariaCurrent])"),
+                       "[button.textContent, button.querySelectorAll('b').length,"
+                       "button.ariaCurrent])"),
             [["1.  Opening   (05:00)", 0, None],
-             ["2.  <b>Main</b> & \u00fcber   (20:00)", 0, "true"],
+             ["2.  <b>Main</b> & \u05d0\u05d1   (20:00)", 0, "true"],
              [f"3.  {'x' * 200}   (120:00)", 0, None]])
+        # The duration stays behind a title that ends in letters from right to left.
+        self.assertTrue(self.value(
+            "(() => { const duration = document.createRange();"
+            "const button = document.querySelector('[data-command=CUE2]');"
+            "duration.selectNodeContents(button.lastChild);"
+            "return duration.getBoundingClientRect().left >="
+            "button.firstElementChild.getBoundingClientRect().right; })()"))
 
-    def test_fits_a_phone(self):
+    def test_suits_fingers_and_screen_readers_on_a_phone(self):
         self.open("/", f"MSG {'x' * 200}")
         self.assertEqual(self.value("document.documentElement.scrollWidth"), PHONE[0])
         self.assertEqual(
             self.value("[...document.querySelectorAll('button, input')].filter(element => {"
                        "const box = element.getBoundingClientRect();"
                        "return box.width < 44 || box.height < 44 ||"
-                       "element.scrollWidth > element.clientWidth; }).map(e => e.outerHTML)"), [])
-
-    def test_names_everything_that_takes_input(self):
-        for path, count in (("/", 18), ("/display", 1)):
-            self.open(path)
-            nodes = self.browser.call("Accessibility.getFullAXTree")["nodes"]
-            names = [node["name"]["value"] for node in nodes if not node["ignored"]
-                     and node["role"]["value"] in ("button", "textbox", "spinbutton")]
-            self.assertEqual(len(names), count)
-            self.assertNotIn("", names)
+                       "element.scrollWidth > element.clientWidth ||"
+                       "!(element.ariaLabel || element.textContent); }).map(e => e.outerHTML)"), [])
 
     def test_time_size(self):
-        for width, height, size in ((1280, 200, 180), (360, 740, 92), (30, 8, 8)):
-            with self.subTest(width=width, height=height):
-                self.open("/display", size=(width, height))
-                self.assertEqual(self.style("#time", "font-size"), f"{size}px")
-        self.open("/display", "MSG Doors", size=(1280, 200))
-        self.assertEqual(self.style("#time", "font-size"), "72px")
+        for width, height, message, size in (
+                (1280, 200, "", 180), (360, 740, "", 92), (30, 8, "", 8), (1280, 200, "Doors", 72)):
+            with self.subTest(width=width, height=height, message=message):
+                self.open("/display", f"MSG {message}", size=(width, height))
+                self.assertEqual(self.font_size("#time"), size)
 
     def test_message_is_as_large_as_fits(self):
         for text, width, height in (("Go", 1024, 768), ("Go", 300, 900), (LONG_MESSAGE, 360, 640)):
             with self.subTest(text[:10], width=width):
                 self.open("/display", f"MSG {text}", size=(width, height))
-                size = float(self.style("#message", "font-size").removesuffix("px"))
+                size = self.font_size("#message")
                 largest = min(height * 0.6 * 0.55, width * 0.4)
                 # Two pixels a step, and no step more than it takes.
                 self.assertAlmostEqual((largest - size) % 2, 0, delta=0.1)
-                self.assertTrue(self.value("message.scrollHeight <= messageBox.clientHeight"))
+                overflows = "message.scrollHeight > messageBox.clientHeight"
+                self.assertFalse(self.value(overflows))
                 self.value(f"message.style.fontSize = '{size + 2}px'")
-                self.assertTrue(size + 2 > largest or self.value(
-                    "message.scrollHeight > messageBox.clientHeight"))
-
-    def test_opens_on_a_message_without_a_slide(self):
-        self.open("/display", "MSG Doors")
-        self.assertEqual(self.value("stage.getAnimations({subtree: true}).length"), 0)
-        self.assertEqual(self.style("#time-box", "height"), "300px")
+                self.assertTrue(size + 2 > largest or self.value(overflows))
 
     def test_message_slides(self):
         slides = "stage.getAnimations({subtree: true})"
         width, height = 1200, 300
         self.open("/display", size=(width, height))
-        self.browser.pass_time(600)
+        self.pass_frames()
+        for box in ("#time-box", "#message-box"):
+            self.assertEqual(self.style(box, "transition"), "height 0.35s, opacity 0.35s")
         for command, share in (("MSG Doors", 0.4), ("CLEARMSG", 1)):
             with self.subTest(command):
                 self.command(command)
                 self.browser.pass_time(250)
-                self.assertCountEqual(
-                    self.value(f"{slides}.map(slide => {{ const timing = slide.effect.getTiming();"
-                               "return [slide.effect.target.id, slide.transitionProperty,"
-                               "timing.duration, timing.easing]; })"),
-                    [["time-box", "height", 350, "ease"], ["message-box", "height", 350, "ease"],
-                     ["message-box", "opacity", 350, "ease"]])
                 # On its way the time has the size that its box then has.
-                for moment in (100, 200):
-                    self.value(f"{slides}.forEach(slide => {{"
-                               f"slide.pause(); slide.currentTime = {moment}; }})")
-                    self.value("new Promise(done => requestAnimationFrame(() =>"
-                               "requestAnimationFrame(done)))")
-                    box = self.value("timeBox.getBoundingClientRect().height")
-                    self.assertTrue(0.4 * height < box < height)
-                    self.assertAlmostEqual(
-                        float(self.style("#time", "font-size").removesuffix("px")),
-                        min(box * 0.9, width * 0.92 / 3.6), delta=0.01)
+                self.value(slides + ".forEach(slide => {"
+                           "slide.pause(); slide.currentTime = 150; })")
+                self.pass_frames()
+                box = self.value("timeBox.getBoundingClientRect().height")
+                self.assertTrue(0.4 * height < box < height)
+                self.assertAlmostEqual(self.font_size("#time"),
+                                       min(box * 0.9, width * 0.92 / 3.6), delta=0.01)
                 self.value(f"{slides}.forEach(slide => slide.finish())")
                 self.browser.pass_time(500)
                 self.assertEqual(self.value("timeBox.getBoundingClientRect().height"),
@@ -287,7 +294,6 @@ class RemotePages(unittest.TestCase):
     def test_fullscreen_button_hides(self):
         shown = "fullscreen.className === 'shown'"
         self.open("/display")
-        self.assertEqual(self.style("#fullscreen", "transition"), "opacity 0.4s")
         self.browser.pass_time(2390)
         for activity in ("mousemove", "touchstart", "click"):
             with self.subTest(activity):
@@ -301,7 +307,8 @@ class RemotePages(unittest.TestCase):
         for element in ("HTML", None):
             changed_to = self.value(
                 "new Promise(done => { document.addEventListener('fullscreenchange', () =>"
-                "done(document.fullscreenElement?.tagName), {once: true}); fullscreen.click(); })")
+                "done(document.fullscreenElement?.tagName), {once: true});"
+                "document.querySelector('button[aria-label=Fullscreen]').click(); })")
             self.assertEqual(changed_to, element)
             self.assertFalse(self.value(shown))
 
@@ -312,19 +319,18 @@ class RemotePages(unittest.TestCase):
         self.assertEqual(self.style("#stage", "background-color"), BACKGROUND_COLOR)
 
     def test_resumes_when_the_server_returns(self):
-        text = "document.getElementById('time').textContent"
         for path in ("/", "/display"):
             with self.subTest(path):
                 self.open(path, "GO 12", "PAUSE")
-                frozen = self.value(text)
+                frozen = self.text("time")
                 self.assertNotEqual(frozen, "00:00")
                 self.program.__exit__()
                 self.browser.pass_time(2000)
-                self.assertEqual(self.value(text), frozen)
+                self.assertEqual(self.text("time"), frozen)
                 type(self).program = self.enterClassContext(self.new_program())
                 self.program.wait_for_log("Web remote on port")
                 self.browser.pass_time(500)
-                self.assertEqual(self.value(text), "00:00")
+                self.assertEqual(self.text("time"), "00:00")
 
 
 if __name__ == "__main__":

@@ -23,11 +23,13 @@ constexpr size_t receiveSize = 65536;
 constexpr int eventsPerTurn = 64;
 constexpr int acceptsPerTurn = 64;
 
-/// A peer that still sends when its answer is out is listened to for a while: closing on unread
-/// bytes would reset the connection, and that can cost the peer the answer.
+/// A peer that still sends when its answer is out is listened to until it has been silent for a
+/// while: closing on unread bytes would reset the connection, and that can cost it the answer.
 constexpr auto sweepInterval = 5s;
-constexpr qsizetype mostToDrop = 16'777'216;
-constexpr size_t dropSize = 1'048'576;
+/// Most peers leave as soon as they have their answer. So much later one look is enough, without
+/// watching them.
+constexpr auto leaveDelay = 5ms;
+constexpr size_t discardSize = 1'048'576;
 
 /// After this much time there may be descriptors that others have given back.
 constexpr auto resumeDelay = 500ms;
@@ -87,6 +89,9 @@ StreamListener::StreamListener()
     m_resumeTimer.setSingleShot(true);
     m_resumeTimer.setInterval(resumeDelay);
     QObject::connect(&m_resumeTimer, &QTimer::timeout, [this] { resumeAccepting(); });
+    m_leaveTimer.setSingleShot(true);
+    m_leaveTimer.setInterval(leaveDelay);
+    QObject::connect(&m_leaveTimer, &QTimer::timeout, [this] { seeOff(); });
     m_sweepTimer.setInterval(sweepInterval);
     QObject::connect(&m_sweepTimer, &QTimer::timeout, [this] { sweep(); });
 }
@@ -174,10 +179,12 @@ void StreamListener::handleEvent(int descriptor)
         receive(descriptor, connection);
         break;
     case Connection::State::answering:
+        // Who sends everything before reading anything must not be waited for.
+        discardInput(descriptor, connection);
         send(descriptor, connection);
         break;
     case Connection::State::lingering:
-        drain(descriptor, connection);
+        linger(descriptor, connection);
         break;
     }
 }
@@ -280,7 +287,7 @@ void StreamListener::send(int descriptor, Connection& connection)
             static_cast<size_t>(connection.bytes.size() - connection.sent),
             MSG_MORE | MSG_NOSIGNAL);
         if (count < 0 && isTemporary(errno)) {
-            watchFor(EPOLLOUT, descriptor, connection);
+            watchFor(connection.hasEnded ? EPOLLOUT : EPOLLIN | EPOLLOUT, descriptor, connection);
             return;
         }
         if (count < 0) {
@@ -289,10 +296,10 @@ void StreamListener::send(int descriptor, Connection& connection)
         }
         connection.sent += count;
     }
-    linger(descriptor, connection);
+    endAnswer(descriptor, connection);
 }
 
-void StreamListener::linger(int descriptor, Connection& connection)
+void StreamListener::endAnswer(int descriptor, Connection& connection)
 {
     if (shutdown(descriptor, SHUT_WR) != 0) {
         drop(descriptor);
@@ -300,22 +307,44 @@ void StreamListener::linger(int descriptor, Connection& connection)
     }
     connection.state = Connection::State::lingering;
     connection.bytes.clear();
+    if (connection.watchedFor != 0) {
+        linger(descriptor, connection);
+        return;
+    }
+    m_leaving.push_back(descriptor);
+    if (!m_leaveTimer.isActive())
+        m_leaveTimer.start();
+}
+
+void StreamListener::seeOff()
+{
+    for (const int descriptor : std::exchange(m_leaving, {})) {
+        const auto found = m_connections.find(descriptor);
+        if (found != m_connections.end() && found->second.state == Connection::State::lingering)
+            linger(descriptor, found->second);
+    }
+}
+
+void StreamListener::linger(int descriptor, Connection& connection)
+{
+    discardInput(descriptor, connection);
+    if (connection.hasEnded) {
+        drop(descriptor);
+        return;
+    }
     if (!m_sweepTimer.isActive())
         m_sweepTimer.start();
     watchFor(EPOLLIN, descriptor, connection);
 }
 
-void StreamListener::drain(int descriptor, Connection& connection)
+void StreamListener::discardInput(int descriptor, Connection& connection)
 {
-    const ssize_t count = recv(descriptor, nullptr, dropSize, MSG_TRUNC);
-    if (count < 0 && isTemporary(errno))
-        return;
-    connection.dropped += count;
-    if (count <= 0 || connection.dropped > mostToDrop)
-        drop(descriptor);
+    const ssize_t count = recv(descriptor, nullptr, discardSize, MSG_TRUNC);
+    connection.hasEnded = count == 0 || (count < 0 && !isTemporary(errno));
+    connection.hasSeenASweep = false;
 }
 
-/// Ends those who have lingered since the last sweep.
+/// Ends those who have lingered in silence since the last sweep.
 void StreamListener::sweep()
 {
     std::vector<int> overdue;
