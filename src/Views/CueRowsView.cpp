@@ -357,8 +357,10 @@ QString CueRowsView::toolTipAt(const QPoint& point) const
     const CueRowPicture picture(font(), palette());
     if (!pointed || !picture.title(rowRect(index), *pointed).contains(point))
         return {};
-    return picture.isTitleCut(rowRect(index), *pointed) ? pointed->cue.title.toHtmlEscaped()
-                                                        : QString();
+    if (!picture.isTitleCut(rowRect(index), *pointed))
+        return {};
+    // As rich text in any case, which breaks lines.
+    return u"<p>%1</p>"_s.arg(pointed->title().toHtmlEscaped());
 }
 
 bool CueRowsView::viewportEvent(QEvent* event)
