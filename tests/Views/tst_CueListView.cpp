@@ -2,13 +2,13 @@
 #include "Views/CueRowsView.h"
 
 #include "helpers/Console.h"
+#include "helpers/PaintWatch.h"
 
 #include <QAccessible>
 #include <QFileDialog>
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QMessageBox>
-#include <QPaintEvent>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QShortcut>
@@ -136,25 +136,12 @@ struct Editor : Console {
     }
 };
 
-/// Collects what a widget is asked to paint.
-class PaintWatch final : public QObject {
-public:
-    explicit PaintWatch(QWidget& widget) { widget.installEventFilter(this); }
-
-    QRegion painted;
-
-protected:
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint)
-            painted += static_cast<QPaintEvent*>(event)->region();
-        return false;
-    }
-};
-
-/// Presses Return on the path, and answers when the panel asks whether to write over a file.
-void confirm(QFileDialog* panel, const QString& path)
+/// Presses Return on the path, and answers when the panel asks whether to write over a file; for
+/// no path, cancels the panel.
+void answer(QFileDialog* panel, const QString& path)
 {
+    if (path.isEmpty())
+        return panel->reject();
     panel->findChild<QLineEdit*>()->setText(path);
     QTimer::singleShot(0, panel, [panel] {
         if (auto* question = panel->findChild<QMessageBox*>())
@@ -383,10 +370,7 @@ private Q_SLOTS:
         QCOMPARE(panel->findChild<QLineEdit*>()->text(), u"Running Order.trcue"_s);
         // What is saved is what there is when the operator has decided.
         editor.cues.add(u"D"_s, 1);
-        if (name.isEmpty())
-            panel->reject();
-        else
-            confirm(panel, folder.filePath(name));
+        answer(panel, name.isEmpty() ? name : folder.filePath(name));
         QVERIFY(!panel->isVisible());
         if (!written.isEmpty())
             QCOMPARE(readFile(folder.filePath(written)), editor.cues.exportData());
@@ -421,10 +405,7 @@ private Q_SLOTS:
         auto* panel = editor.open<QFileDialog>(u"Import…"_s);
         QVERIFY(panel);
         QCOMPARE(panel->windowModality(), Qt::WindowModal);
-        if (name.isEmpty())
-            panel->reject();
-        else
-            confirm(panel, folder.filePath(name));
+        answer(panel, name.isEmpty() ? name : folder.filePath(name));
         QVERIFY(!panel->isVisible());
         QCOMPARE(editor.list(), isTaken ? QString() : u"A *B C"_s);
         QCOMPARE(editor.preferences.writes - writes, isTaken ? 1 : 0);

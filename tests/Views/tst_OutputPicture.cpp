@@ -45,13 +45,9 @@ bool fits(const QString& text, const QSizeF& box, double fontSize)
 
 bool isFilledWith(const QImage& image, QRgb color)
 {
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixel(x, y) != color)
-                return false;
-        }
-    }
-    return true;
+    QImage filled(image.size(), image.format());
+    filled.fill(color);
+    return image == filled;
 }
 
 } // namespace
@@ -60,48 +56,32 @@ class OutputPictureTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void sizesTheTimeByItsBox_data()
-    {
-        QTest::addColumn<QSizeF>("size");
-        QTest::addColumn<double>("presence");
-        QTest::addColumn<double>("expected");
-
-        QTest::newRow("full HD") << QSizeF(1920, 1080) << 0.0 << 0.92 * 1920 / 3.6;
-        QTest::newRow("with a message") << QSizeF(1920, 1080) << 1.0 << 388.8;
-        QTest::newRow("tall") << QSizeF(100, 1000) << 0.0 << 0.92 * 100 / 3.6;
-        QTest::newRow("wide") << QSizeF(5000, 100) << 0.0 << 90.0;
-        QTest::newRow("tiny") << QSizeF(20, 8) << 0.0 << 8.0;
-    }
     void sizesTheTimeByItsBox()
     {
-        QFETCH(QSizeF, size);
-        QFETCH(double, presence);
-        QFETCH(double, expected);
-        QVERIFY(qAbs(timeFontSize(timeBox(size, presence).size()) - expected) < 1e-9);
+        const auto fontSize = [](const QSizeF& size, double presence) {
+            return timeFontSize(timeBox(size, presence).size());
+        };
+        QCOMPARE(fontSize({1920, 1080}, 0), 0.92 * 1920 / 3.6);
+        QCOMPARE(fontSize({1920, 1080}, 1), 388.8);
+        QCOMPARE(fontSize({100, 1000}, 0), 0.92 * 100 / 3.6);
+        QCOMPARE(fontSize({5000, 100}, 0), 90.0);
+        QCOMPARE(fontSize({20, 8}, 0), 8.0);
     }
 
-    void centresTheTime_data()
-    {
-        QTest::addColumn<QSize>("size");
-
-        QTest::newRow("full HD") << fullHd;
-        QTest::newRow("tall") << QSize(600, 1000);
-        QTest::newRow("preview") << QSize(316, 178);
-    }
     void centresTheTime()
     {
-        QFETCH(QSize, size);
-
-        const QRect time =
-            ink(picture({.timeText = u"80:08"_s}, {black, white}, size), QRect({}, size));
-        const double fontSize = timeFontSize(size);
-        const QPointF centre = QRectF(time).center();
-        QVERIFY(qAbs(centre.x() - size.width() / 2.0) <= 0.005 * fontSize + 1);
-        QVERIFY(qAbs(centre.y() - size.height() / 2.0) <= 0.02 * fontSize + 1);
-        // Digits are 0.73 of the font's size high, and overshoot a little.
-        QVERIFY(qAbs(time.height() - 0.75 * fontSize) <= 0.02 * fontSize + 2);
-        // Five cells of 0.6, less the bearings at both ends.
-        QVERIFY(time.width() < 3.0 * fontSize && time.width() > 2.8 * fontSize);
+        for (const QSize& size : {fullHd, QSize(600, 1000), QSize(316, 178)}) {
+            const QRect time =
+                ink(picture({.timeText = u"80:08"_s}, {black, white}, size), QRect({}, size));
+            const double fontSize = timeFontSize(size);
+            const QPointF centre = QRectF(time).center();
+            QVERIFY(qAbs(centre.x() - size.width() / 2.0) <= 0.005 * fontSize + 1);
+            QVERIFY(qAbs(centre.y() - size.height() / 2.0) <= 0.02 * fontSize + 1);
+            // Digits are 0.73 of the font's size high, and overshoot a little.
+            QVERIFY(qAbs(time.height() - 0.75 * fontSize) <= 0.02 * fontSize + 2);
+            // Five cells of 0.6, less the bearings at both ends.
+            QVERIFY(time.width() < 3.0 * fontSize && time.width() > 2.8 * fontSize);
+        }
     }
 
     void looksTheSameHoweverThePainterLies_data()
@@ -201,36 +181,29 @@ private Q_SLOTS:
         QVERIFY(isFilledWith(picture(snapshot, {blue, white}), qRgb(255, 255, 255)));
     }
 
-    void takesTheColorOfTheThreshold_data()
-    {
-        QTest::addColumn<TimeThreshold>("threshold");
-        QTest::addColumn<bool>("useThresholdColors");
-        QTest::addColumn<QRgb>("expected");
-
-        QTest::newRow("normal") << TimeThreshold::normal << true << qRgb(255, 255, 255);
-        QTest::newRow("amber") << TimeThreshold::amber << true << qRgb(255, 176, 0);
-        QTest::newRow("red") << TimeThreshold::red << true << qRgb(255, 59, 48);
-        QTest::newRow("red, switched off") << TimeThreshold::red << false << qRgb(255, 255, 255);
-    }
     void takesTheColorOfTheThreshold()
     {
-        QFETCH(TimeThreshold, threshold);
-        QFETCH(bool, useThresholdColors);
-        QFETCH(QRgb, expected);
-
         MemoryPreferences preferences;
         AppSettings settings(preferences);
-        settings.useThresholdColors = useThresholdColors;
-        const QImage image =
-            picture({.timeText = u"88:88"_s, .threshold = threshold, .message = u"HHHH"_s},
-                OutputColors::of(settings, threshold));
-        for (const auto& [top, height] : {std::pair(0, 432), std::pair(432, 648)}) {
-            const QRect area = ink(image, QRect(0, top, fullHd.width(), height));
-            int matching = 0;
-            for (int x = area.left(); x <= area.right(); ++x)
-                matching += image.pixel(x, area.center().y()) == expected ? 1 : 0;
-            QVERIFY(matching > 20);
-        }
+        // Whether time and message are drawn in the colour.
+        const auto isDrawnIn = [&](TimeThreshold threshold, QRgb color) {
+            const QImage image =
+                picture({.timeText = u"88:88"_s, .threshold = threshold, .message = u"HHHH"_s},
+                    OutputColors::of(settings, threshold));
+            const QRect boxes[] {{0, 0, fullHd.width(), 432}, {0, 432, fullHd.width(), 648}};
+            return std::ranges::all_of(boxes, [&](const QRect& box) {
+                const QRect area = ink(image, box);
+                int matching = 0;
+                for (int x = area.left(); x <= area.right(); ++x)
+                    matching += image.pixel(x, area.center().y()) == color ? 1 : 0;
+                return matching > 20;
+            });
+        };
+        QVERIFY(isDrawnIn(TimeThreshold::normal, qRgb(255, 255, 255)));
+        QVERIFY(isDrawnIn(TimeThreshold::amber, qRgb(255, 176, 0)));
+        QVERIFY(isDrawnIn(TimeThreshold::red, qRgb(255, 59, 48)));
+        settings.useThresholdColors = false;
+        QVERIFY(isDrawnIn(TimeThreshold::red, qRgb(255, 255, 255)));
     }
 
     void letsATranslucentBackgroundThrough()
