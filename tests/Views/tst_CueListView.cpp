@@ -291,6 +291,8 @@ private Q_SLOTS:
         QCOMPARE(offered(), whenEmpty);
         editor.cues.add(u"A"_s, 1);
         QCOMPARE(offered(), QList<bool>({true, true, true, true}));
+        QCoreApplication::processEvents();
+        QCOMPARE(editor.rows.height(), editor.rows.rowRect(0).height());
         editor.cues.remove(0);
         QCOMPARE(offered(), whenEmpty);
     }
