@@ -42,13 +42,17 @@ int neededHeight(const QWidget& block)
                                       : layout.totalSizeHint().height();
 }
 
-QLabel* makeClockNotice(QWidget* parent)
+QWidget* makeClockNotice(QWidget* parent)
 {
-    auto* notice = new QLabel(u"Showing time of day"_s, parent);
+    auto* controls = new QWidget(parent);
+    auto* row = new QHBoxLayout(controls);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto* notice = new QLabel(u"Showing time of day"_s, controls);
     notice->setFont(Fonts::system(12, QFont::Normal));
     notice->setForegroundRole(QPalette::PlaceholderText);
     notice->setAlignment(Qt::AlignCenter);
-    return notice;
+    row->addWidget(notice);
+    return controls;
 }
 
 } // namespace
