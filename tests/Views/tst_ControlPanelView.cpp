@@ -190,9 +190,10 @@ private Q_SLOTS:
         row("count; click Show settings; focus Show; press Return", "idle 00:00 started 1");
         row("count; click Show settings; focus message; press Return", "idle 00:00 started 0");
         row("count; click Cues; press Return", "idle 00:00 started 0 [No cues yet --:--]");
-        // What the mouse hides has not given the keys to something else.
+        // The mouse has not given the keys to something else.
         row("click Cues; click Timer; press 7, Return", "running 07:00 []");
         row("click Show settings; click Clock; click Timer; press 7, Return", "running 07:00");
+        row("click Show settings; click Next; press 7, Return", "running 07:00");
         row("click Show settings; focus message; click Hide settings; press 7, Return",
             "running 07:00 []");
 
