@@ -288,37 +288,26 @@ private Q_SLOTS:
         QCOMPARE(field.text(), QString());
     }
 
-    void stepsThresholds_data()
-    {
-        QTest::addColumn<qint64>("before");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<qint64>("after");
-        const auto row = [](const char* step, qint64 before, const QString& shown, qint64 after) {
-            QTest::addRow("%s, %lld", step, before) << before << shown << after;
-        };
-        row("Amber at, Up", 359, u"5 min"_s, 419);
-        row("Amber at, Up", 3580, u"59 min"_s, 3600);
-        row("Amber at, Down", 60, u"1 min"_s, 60);
-        row("Red at, Down", 60, u"60 s"_s, 55);
-        row("Red at, Up", -20, u"-20 s"_s, 5);
-        row("Red at, Up", 600, u"600 s"_s, 600);
-    }
     void stepsThresholds()
     {
-        QFETCH(const qint64, before);
-        QFETCH(const QString, shown);
-        QFETCH(const qint64, after);
-        const QStringList step = QString::fromLatin1(QTest::currentDataTag()).split(u", "_s);
-
         Panel panel;
-        QProperty<qint64>& property = step[0] == u"Red at" ? panel.settings.redThresholdSeconds
-                                                           : panel.settings.amberThresholdSeconds;
-        property = before;
-        const auto steppers = panel.view.findChildren<Stepper*>();
-        const auto stepper = std::ranges::find(steppers, step[0], &Stepper::accessibleName);
-        QCOMPARE((*stepper)->text(), shown);
-        QTest::keyClick(*stepper, step[1] == u"Up" ? Qt::Key_Up : Qt::Key_Down);
-        QCOMPARE(property.value(), after);
+        // What the stepper reads, and what a key makes of the value.
+        const auto step = [&](const QString& name, qint64 before, Qt::Key key) {
+            QProperty<qint64>& property = name == u"Red at" ? panel.settings.redThresholdSeconds
+                                                            : panel.settings.amberThresholdSeconds;
+            property = before;
+            const auto steppers = panel.view.findChildren<Stepper*>();
+            Stepper& stepper = **std::ranges::find(steppers, name, &Stepper::accessibleName);
+            const QString shown = stepper.text();
+            QTest::keyClick(&stepper, key);
+            return u"%1, %2"_s.arg(shown).arg(property);
+        };
+        QCOMPARE(step(u"Amber at"_s, 359, Qt::Key_Up), u"5 min, 419"_s);
+        QCOMPARE(step(u"Amber at"_s, 3580, Qt::Key_Up), u"59 min, 3600"_s);
+        QCOMPARE(step(u"Amber at"_s, 60, Qt::Key_Down), u"1 min, 60"_s);
+        QCOMPARE(step(u"Red at"_s, 60, Qt::Key_Down), u"60 s, 55"_s);
+        QCOMPARE(step(u"Red at"_s, -20, Qt::Key_Up), u"-20 s, 5"_s);
+        QCOMPARE(step(u"Red at"_s, 600, Qt::Key_Up), u"600 s, 600"_s);
     }
 
     void listsDisplays()
@@ -370,45 +359,36 @@ private Q_SLOTS:
         QVERIFY2(form.match(shown).hasMatch(), qUtf8Printable(shown));
     }
 
-    void shapesThePreview_data()
+    void shapesThePreview()
     {
-        QTest::addColumn<QList<ScreenInfo>>("screens");
-        QTest::addColumn<std::set<quint32>>("enabled");
-        QTest::addColumn<qint64>("ndiHeight");
-        QTest::addColumn<int>("height");
-
+        Panel panel;
+        AppSettings& settings = panel.settings;
+        const auto widgets = panel.view.findChildren<QWidget*>();
+        const QWidget& preview =
+            **std::ranges::find(widgets, u"Preview of the output"_s, &QWidget::accessibleName);
+        settings.ndiWidth = 948;
+        // NDI is on where its height is given.
+        const auto shape = [&](const QList<ScreenInfo>& screens, const std::set<quint32>& enabled,
+                               std::optional<qint64> ndiHeight = std::nullopt) {
+            settings.enabledScreenIDs = enabled;
+            settings.ndiHeight = ndiHeight.value_or(1);
+            settings.ndiEnabled = ndiHeight.has_value();
+            panel.showDisplays(screens);
+            return preview.size();
+        };
         const ScreenInfo wide = screen(1, 2000, 1000);
         const ScreenInfo square = screen(2, 1000, 1000);
         const ScreenInfo flat = screen(3, 1000, 0);
         const ScreenInfo tall = screen(4, 100, 1000);
-        using IDs = std::set<quint32>;
-        // NDI is on where its height is given, and 948 wide.
-        QTest::newRow("nothing") << QList<ScreenInfo> {} << IDs {} << -1LL << 178;
-        QTest::newRow("the first") << QList {wide, square} << IDs {} << -1LL << 158;
-        QTest::newRow("the enabled") << QList {wide, square} << IDs {2} << 948LL << 316;
-        QTest::newRow("two enabled") << QList {wide, square} << IDs {2, 1} << -1LL << 158;
-        QTest::newRow("NDI") << QList {wide} << IDs {5} << 948LL << 316;
-        QTest::newRow("NDI without height") << QList {wide} << IDs {} << 0LL << 158;
-        QTest::newRow("flat before another") << QList {flat, wide} << IDs {1, 3} << 948LL << 316;
-        QTest::newRow("flat alone") << QList {flat, wide} << IDs {1, 3} << -1LL << 178;
-        QTest::newRow("tall") << QList {tall} << IDs {4} << -1LL << 1580;
-    }
-    void shapesThePreview()
-    {
-        QFETCH(const QList<ScreenInfo>, screens);
-        QFETCH(const std::set<quint32>, enabled);
-        QFETCH(const qint64, ndiHeight);
-        QFETCH(const int, height);
-        Panel panel;
-        panel.settings.enabledScreenIDs = enabled;
-        panel.settings.ndiWidth = 948;
-        panel.settings.ndiHeight = ndiHeight;
-        panel.settings.ndiEnabled = ndiHeight >= 0;
-        panel.showDisplays(screens);
-        const auto widgets = panel.view.findChildren<QWidget*>();
-        const auto preview =
-            std::ranges::find(widgets, u"Preview of the output"_s, &QWidget::accessibleName);
-        QCOMPARE((*preview)->size(), QSize(316, height));
+        QCOMPARE(shape({}, {}), QSize(316, 178));
+        QCOMPARE(shape({wide, square}, {}), QSize(316, 158));
+        QCOMPARE(shape({wide, square}, {2}, 948), QSize(316, 316));
+        QCOMPARE(shape({wide, square}, {2, 1}), QSize(316, 158));
+        QCOMPARE(shape({wide}, {5}, 948), QSize(316, 316));
+        QCOMPARE(shape({wide}, {}, 0), QSize(316, 158));
+        QCOMPARE(shape({flat, wide}, {1, 3}, 948), QSize(316, 316));
+        QCOMPARE(shape({flat, wide}, {1, 3}), QSize(316, 178));
+        QCOMPARE(shape({tall}, {4}), QSize(316, 1580));
     }
 
     void reportsHeights()
