@@ -42,13 +42,17 @@ int neededHeight(const QWidget& block)
                                       : layout.totalSizeHint().height();
 }
 
-QLabel* makeClockNotice(QWidget* parent)
+QWidget* makeClockNotice(QWidget* parent)
 {
-    auto* notice = new QLabel(u"Showing time of day"_s, parent);
+    auto* controls = new QWidget(parent);
+    auto* row = new QHBoxLayout(controls);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto* notice = new QLabel(u"Showing time of day"_s, controls);
     notice->setFont(Fonts::system(12, QFont::Normal));
     notice->setForegroundRole(QPalette::PlaceholderText);
     notice->setAlignment(Qt::AlignCenter);
-    return notice;
+    row->addWidget(notice);
+    return controls;
 }
 
 } // namespace
@@ -202,14 +206,33 @@ void ControlPanelView::setMode(ConsoleMode mode)
         m_models.engine.setClock(true);
     else if (m_mode == ConsoleMode::clock)
         m_models.engine.setClock(false);
+    QWidget& before = shownControls();
     m_mode = mode;
-    for (size_t i = 0; i < m_controls.size(); ++i)
-        m_controls[i]->setVisible(i == static_cast<size_t>(mode));
+    shownControls().show();
+    keepFocusFrom(before);
+    if (&before != &shownControls())
+        before.hide();
+}
+
+QWidget& ControlPanelView::shownControls() const
+{
+    return *m_controls[static_cast<size_t>(m_mode)];
+}
+
+/// What is about to be hidden would hand the focus to whatever comes next: what the operator means
+/// for the minutes would become a message to the audience.
+void ControlPanelView::keepFocusFrom(const QWidget& leaving)
+{
+    const QWidget* focused = focusWidget();
+    if (focused == &leaving || leaving.isAncestorOf(focused))
+        shownControls().setFocus();
 }
 
 void ControlPanelView::setExpanded(bool isExpanded)
 {
     m_isExpanded = isExpanded;
+    if (!isExpanded)
+        keepFocusFrom(*m_expandedBlock);
     const QString help = isExpanded ? u"Hide settings"_s : u"Show settings"_s;
     m_expandButton->setSymbol(isExpanded ? u"chevron.up.circle"_s : u"ellipsis.circle"_s);
     m_expandButton->setToolTip(help);

@@ -67,6 +67,8 @@ private:
     [[nodiscard]] QWidget* makeCueList();
     [[nodiscard]] QLayout* makeOptions();
     void setMode(ConsoleMode mode);
+    [[nodiscard]] QWidget& shownControls() const;
+    void keepFocusFrom(const QWidget& leaving);
     void setExpanded(bool isExpanded);
     void showScreens();
     void shapePreview();

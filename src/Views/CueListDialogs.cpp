@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 
@@ -39,21 +40,35 @@ std::optional<QByteArray> readFile(const QString& path)
     return bytes;
 }
 
-QFileDialog* makePanel(QWidget* parent, const QString& title, QFileDialog::AcceptMode mode)
-{
-    auto* panel = new QFileDialog(parent, title);
-    panel->setAttribute(Qt::WA_DeleteOnClose);
-    panel->setAcceptMode(mode);
-    return panel;
-}
+constexpr QStringView suffix = u"trcue";
+
+/// Whatever name is chosen becomes that of a cue document. The default suffix alone would leave
+/// "Show 24.11" as it is, and no panel would offer it to be imported.
+class SavePanel final : public QFileDialog {
+public:
+    using QFileDialog::QFileDialog;
+
+    void accept() override
+    {
+        const QFileInfo chosen(selectedFiles().value(0));
+        // The system's own panels have no such field.
+        auto* name = findChild<QLineEdit*>();
+        if (name != nullptr && !chosen.isDir()
+            && chosen.suffix().compare(suffix, Qt::CaseInsensitive) != 0)
+            name->setText(u"%1.%2"_s.arg(name->text(), suffix));
+        QFileDialog::accept();
+    }
+};
 
 } // namespace
 
 void CueListDialogs::saveCues(CueController& cues, QWidget* parent)
 {
-    QFileDialog* panel = makePanel(parent, u"Save Running Order"_s, QFileDialog::AcceptSave);
+    auto* panel = new SavePanel(parent, u"Save Running Order"_s);
+    panel->setAttribute(Qt::WA_DeleteOnClose);
+    panel->setAcceptMode(QFileDialog::AcceptSave);
     panel->setNameFilter(cueFileType.toString());
-    panel->setDefaultSuffix(u"trcue"_s);
+    panel->setDefaultSuffix(suffix.toString());
     panel->selectFile(u"Running Order.trcue"_s);
     QObject::connect(panel, &QFileDialog::fileSelected, parent,
         [&cues](const QString& path) { writeFile(path, cues.exportData()); });
@@ -62,7 +77,8 @@ void CueListDialogs::saveCues(CueController& cues, QWidget* parent)
 
 void CueListDialogs::importCues(CueController& cues, QWidget* parent)
 {
-    QFileDialog* panel = makePanel(parent, u"Import Running Order"_s, QFileDialog::AcceptOpen);
+    auto* panel = new QFileDialog(parent, u"Import Running Order"_s);
+    panel->setAttribute(Qt::WA_DeleteOnClose);
     panel->setFileMode(QFileDialog::ExistingFile);
     panel->setNameFilter(readableFileTypes.toString());
     QObject::connect(panel, &QFileDialog::fileSelected, parent, [&cues](const QString& path) {

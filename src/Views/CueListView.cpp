@@ -38,6 +38,7 @@ QHBoxLayout* makeRow()
 QPushButton* addButton(QHBoxLayout& row, const QString& label)
 {
     auto* button = new QPushButton(label);
+    button->setFocusPolicy(Qt::TabFocus);
     row.addWidget(button);
     return button;
 }

@@ -37,7 +37,7 @@ constexpr int buttonWidth = 22;
 constexpr int buttonSymbolSize = 11;
 constexpr double cornerRadius = 4;
 
-/// No row shows more of a title, and laying out a long one would take long.
+/// More than a row shows. Laying out a title as long as a file would hold up the show.
 constexpr qsizetype longestTitle = 300;
 
 const ButtonLook& look(CueRowAction action)
@@ -53,11 +53,6 @@ QString durationText(const Cue& cue)
 TextLine durationLine(const Cue& cue, const QFont& font)
 {
     return {durationText(cue), font, TextLine::Digits::equalCells};
-}
-
-TextLine titleLine(const Cue& cue, const QFont& font)
-{
-    return {cue.title.first(std::min(cue.title.size(), longestTitle)), font};
 }
 
 void drawInMiddle(QPainter& painter, const TextLine& line, double left, const QRect& bounds)
@@ -85,9 +80,14 @@ bool CueRow::isEnabled(CueRowAction action) const
         && (action != CueRowAction::moveDown || !isLast);
 }
 
+QString CueRow::title() const
+{
+    return cue.title.left(longestTitle);
+}
+
 QString CueRow::description() const
 {
-    const QString text = u"%1, %2"_s.arg(cue.title, durationText(cue));
+    const QString text = u"%1, %2"_s.arg(title(), durationText(cue));
     return isCurrent ? text + u", current cue"_s : text;
 }
 
@@ -121,7 +121,7 @@ QRect CueRowPicture::title(const QRect& bounds, const CueRow& row) const
 
 bool CueRowPicture::isTitleCut(const QRect& bounds, const CueRow& row) const
 {
-    return titleLine(row.cue, titleFont(row)).width() > title(bounds, row).width();
+    return TextLine(row.title(), titleFont(row)).width() > title(bounds, row).width();
 }
 
 QFont CueRowPicture::titleFont(const CueRow& row) const
@@ -157,7 +157,7 @@ void CueRowPicture::paintTexts(QPainter& painter, const QRect& bounds, const Cue
     const QRect room = title(bounds, row);
     painter.setPen(m_palette.color(QPalette::WindowText));
     drawInMiddle(
-        painter, titleLine(row.cue, titleFont(row)).elided(room.width()), room.left(), bounds);
+        painter, TextLine(row.title(), titleFont(row)).elided(room.width()), room.left(), bounds);
     const TextLine duration = durationLine(row.cue, m_font);
     const int end = button(bounds, CueRowAction::start).left() - sideMargin;
     painter.setPen(secondaryColor(m_palette));

@@ -29,6 +29,8 @@ struct CueRow {
 
     /// No row moves up at the top, nor down at the bottom.
     [[nodiscard]] bool isEnabled(CueRowAction action) const;
+    /// As much of the title as is shown anywhere.
+    [[nodiscard]] QString title() const;
     /// In words.
     [[nodiscard]] QString description() const;
 };

@@ -349,16 +349,16 @@ void CueRowsView::mouseReleaseEvent(QMouseEvent* event)
 
 QString CueRowsView::toolTipAt(const QPoint& point) const
 {
-    const std::optional<Target> target = targetAt(point);
-    if (target && target->action == Action::start)
+    if (const auto target = targetAt(point); target && target->action == Action::start)
         return actionName(Action::start);
-    const qsizetype index = rowAt(point.y());
-    const std::optional<CueRow> pointed = row(index);
+    const QRect bounds = rowRect(rowAt(point.y()));
+    const std::optional<CueRow> pointed = row(rowAt(point.y()));
     const CueRowPicture picture(font(), palette());
-    if (!pointed || !picture.title(rowRect(index), *pointed).contains(point))
+    if (!pointed || !picture.title(bounds, *pointed).contains(point)
+        || !picture.isTitleCut(bounds, *pointed))
         return {};
-    return picture.isTitleCut(rowRect(index), *pointed) ? pointed->cue.title.toHtmlEscaped()
-                                                        : QString();
+    // As rich text in any case, which breaks lines.
+    return u"<p>%1</p>"_s.arg(pointed->title().toHtmlEscaped());
 }
 
 bool CueRowsView::viewportEvent(QEvent* event)

@@ -39,6 +39,7 @@ public:
 
     /// As high as its rows, up to a limit.
     [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     bool viewportEvent(QEvent* event) override;

@@ -5,6 +5,8 @@
 #include "Support/Fonts.h"
 #include "Views/Components/Divider.h"
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -15,10 +17,10 @@ constexpr auto addressInterval = 2s;
 
 QString label(const ScreenInfo& screen)
 {
-    return u"%1 — %2×%3%4"_s.arg(screen.name)
-        .arg(screen.width)
-        .arg(screen.height)
-        .arg(screen.isMain ? u"  (main)"_s : QString());
+    // A check box would take "&" for the mark of a key.
+    const QString name = QString(screen.name).replace(u'&', u"&&"_s);
+    return u"%1 — %2×%3%4"_s.arg(name, QString::number(screen.width),
+        QString::number(screen.height), screen.isMain ? u"  (main)"_s : QString());
 }
 
 QString webBaseURL(qint64 port)
@@ -75,7 +77,7 @@ OutputSection::OutputSection(AppSettings& settings, QWidget* parent)
 
 void OutputSection::showScreens(const QList<ScreenInfo>& screens)
 {
-    m_screens = screens;
+    const QList<ScreenInfo> before = std::exchange(m_screens, screens);
     const auto count = static_cast<size_t>(screens.size());
     while (m_screenToggles.size() < count)
         addScreenToggle();
@@ -83,8 +85,13 @@ void OutputSection::showScreens(const QList<ScreenInfo>& screens)
         const std::unique_ptr<Toggle> gone(m_screenToggles.back());
         m_screenToggles.pop_back();
     }
-    for (size_t i = 0; i < count; ++i)
-        m_screenToggles[i]->setText(label(screens[static_cast<qsizetype>(i)]));
+    for (qsizetype i = 0; i < screens.size(); ++i) {
+        Toggle& toggle = *m_screenToggles[static_cast<size_t>(i)];
+        toggle.setText(label(screens[i]));
+        // A press that began on one display must not end on another.
+        if (i < before.size() && before[i].id != screens[i].id)
+            toggle.setDown(false);
+    }
     m_noScreens.setVisible(screens.isEmpty());
     showChoice();
 }

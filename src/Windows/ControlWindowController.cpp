@@ -10,6 +10,8 @@
 #include <QVBoxLayout>
 #include <QWindow>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -32,8 +34,22 @@ public:
 protected:
     void mousePressEvent(QMouseEvent* event) override
     {
+        m_pressed.reset();
         if (event->button() == Qt::LeftButton)
-            windowHandle()->startSystemMove();
+            m_pressed = event->globalPosition();
+    }
+
+    /// Not with the press: after a click that is over before the window manager has the pointer,
+    /// the window would hang on it.
+    void mouseMoveEvent(QMouseEvent* event) override
+    {
+        if (!m_pressed || !event->buttons().testFlag(Qt::LeftButton))
+            return;
+        const QPointF way = event->globalPosition() - *m_pressed;
+        if (way.manhattanLength() < QApplication::startDragDistance())
+            return;
+        m_pressed.reset();
+        windowHandle()->startSystemMove();
     }
 
     /// The show ends here, whatever dialog may be open.
@@ -42,6 +58,10 @@ protected:
         event->ignore();
         QCoreApplication::exit();
     }
+
+private:
+    /// Where on the screen, until the drag has begun.
+    std::optional<QPointF> m_pressed;
 };
 
 QEasingCurve easeInEaseOut()

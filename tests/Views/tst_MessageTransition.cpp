@@ -9,137 +9,116 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
+namespace {
+
+struct Stage {
+    MemoryPreferences preferences;
+    AppSettings settings {preferences};
+    ManualClock clock;
+    TimerEngine engine {settings, clock.clock()};
+    MessageAnimator animator {engine, clock.clock()};
+
+    /// A number lets so many milliseconds pass, with a frame at their end; anything else is the
+    /// next message, "-" none.
+    void play(const QString& script)
+    {
+        const QStringList steps = script.split(u' ');
+        for (const QString& step : steps) {
+            bool isTime = false;
+            const std::chrono::milliseconds duration(step.toInt(&isTime));
+            if (isTime) {
+                clock.advance(duration);
+                animator.frame();
+            } else {
+                engine.setMessage(step == u"-" ? std::nullopt : std::optional(step));
+            }
+        }
+    }
+
+    /// How much of each text is seen, and how much of the room all have, in percent.
+    [[nodiscard]] QString state() const
+    {
+        const MessageTransition transition = animator.current();
+        QMap<QString, int> percents;
+        for (const MessageLayer& layer : transition.layers)
+            percents[layer.text] += qRound(layer.opacity * 100);
+        QStringList words {QString::number(qRound(transition.presence * 100))};
+        for (const auto& [text, percent] : percents.toStdMap()) {
+            if (percent > 0)
+                words.append(u"%1 %2"_s.arg(text).arg(percent));
+        }
+        return words.join(u", "_s) + (animator.isRunning() ? u" moving"_s : QString());
+    }
+};
+
+} // namespace
+
 class MessageTransitionTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void movesInAndOut();
-    void fadesFromOneTextToAnother();
-    void turnsBackWithoutAJump_data();
-    void turnsBackWithoutAJump();
-    void restsWhileNothingChanges();
-    void arrivesWhenTheClockIsSetBack();
-
-private:
-    struct Stage {
-        MemoryPreferences preferences;
-        AppSettings settings {preferences};
-        ManualClock clock;
-        TimerEngine engine {settings, clock.clock()};
-        MessageAnimator animator {engine, clock.clock()};
-
-        /// Lets time pass, with a frame at its end.
-        void pass(std::chrono::microseconds duration)
-        {
-            clock.advance(duration);
-            animator.frame();
-        }
-    };
-
-    /// How much is seen of a text.
-    [[nodiscard]] double opacity(const QString& text) const
+    void moves_data()
     {
-        for (const MessageLayer& layer : m_stage->animator.current().layers) {
-            if (layer.text == text)
-                return layer.opacity;
-        }
-        return 0;
+        QTest::addColumn<QString>("state");
+        const auto row = [](const char* script, const char* state) {
+            QTest::newRow(script) << QString::fromLatin1(state);
+        };
+        row("A", "0 moving");
+        // Slow at first: a quarter of the time is less than a quarter of the way.
+        row("A 75", "15, A 15 moving");
+        row("A 150", "50, A 50 moving");
+        row("A 300", "100, A 100");
+        row("A 300 - 150", "50, A 50 moving");
+        row("A 300 - 300", "0");
+        row("A 300 B 150", "100, A 50, B 50 moving");
+        row("A 300 B 300", "100, B 100");
+        // The clock is set back.
+        row("A -3600000", "100, A 100");
+    }
+    void moves()
+    {
+        QFETCH(const QString, state);
+        Stage stage;
+        stage.play(QString::fromLatin1(QTest::currentDataTag()));
+        QCOMPARE(stage.state(), state);
     }
 
-    std::unique_ptr<Stage> m_stage;
+    void turnsBackWithoutAJump_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QString>("next");
+        QTest::newRow("and away") << u"A 100"_s << u"-"_s;
+        QTest::newRow("and back") << u"A 300 B 100"_s << u"A"_s;
+        QTest::newRow("away and back") << u"A 300 - 100"_s << u"A"_s;
+        QTest::newRow("away and another") << u"A 300 - 100"_s << u"C"_s;
+        QTest::newRow("and another") << u"A 300 B 100"_s << u"C"_s;
+    }
+    void turnsBackWithoutAJump()
+    {
+        QFETCH(const QString, script);
+        QFETCH(const QString, next);
+        Stage stage;
+        stage.play(script);
+        const QString before = stage.state();
+        stage.play(next);
+        QCOMPARE(stage.state(), before);
+        stage.play(u"150"_s);
+        QVERIFY(stage.state() != before);
+        stage.play(u"150"_s);
+        QCOMPARE(stage.state(), next == u"-" ? u"0"_s : u"100, %1 100"_s.arg(next));
+    }
+
+    void restsWhileNothingChanges()
+    {
+        Stage stage;
+        const QSignalSpy moves(&stage.animator, &MessageAnimator::moved);
+        stage.engine.start(TimerEngine::RunOrigin::operatorRequest);
+        stage.engine.toggleBlackout();
+        stage.engine.strobe();
+        QCOMPARE(moves.size(), 0);
+        QVERIFY(!stage.animator.isRunning());
+    }
 };
-
-void MessageTransitionTest::init()
-{
-    m_stage = std::make_unique<Stage>();
-}
-
-void MessageTransitionTest::movesInAndOut()
-{
-    m_stage->engine.setMessage(u"Doors"_s);
-    QVERIFY(m_stage->animator.isRunning());
-    QCOMPARE(opacity(u"Doors"_s), 0.0);
-    QCOMPARE(m_stage->animator.current().presence, 0.0);
-    m_stage->pass(75ms);
-    // Slow at first: a quarter of the time is less than a quarter of the way.
-    QCOMPARE_LT(m_stage->animator.current().presence, 0.2);
-    m_stage->pass(75ms);
-    QVERIFY(qAbs(m_stage->animator.current().presence - 0.5) < 1e-9);
-    m_stage->pass(150ms);
-    QVERIFY(!m_stage->animator.isRunning());
-    QCOMPARE(m_stage->animator.current(), MessageTransition::settled(u"Doors"_s));
-
-    m_stage->engine.setMessage(std::nullopt);
-    m_stage->pass(150ms);
-    QVERIFY(qAbs(opacity(u"Doors"_s) - 0.5) < 1e-9);
-    m_stage->pass(150ms);
-    QCOMPARE(m_stage->animator.current(), MessageTransition::settled(std::nullopt));
-}
-
-void MessageTransitionTest::fadesFromOneTextToAnother()
-{
-    m_stage->engine.setMessage(u"one"_s);
-    m_stage->pass(300ms);
-    m_stage->engine.setMessage(u"two"_s);
-    m_stage->pass(150ms);
-    QCOMPARE(m_stage->animator.current().presence, 1.0);
-    QVERIFY(opacity(u"one"_s) > 0.4);
-    QVERIFY(qAbs(opacity(u"one"_s) + opacity(u"two"_s) - 1) < 1e-9);
-}
-
-void MessageTransitionTest::turnsBackWithoutAJump_data()
-{
-    QTest::addColumn<QStringList>("messages");
-
-    // An empty text is no message.
-    QTest::newRow("and away") << QStringList {u""_s, u"A"_s, u""_s};
-    QTest::newRow("and back") << QStringList {u"A"_s, u"B"_s, u"A"_s};
-    QTest::newRow("away and back") << QStringList {u"A"_s, u""_s, u"A"_s};
-    QTest::newRow("away and another") << QStringList {u"A"_s, u""_s, u"C"_s};
-    QTest::newRow("and another") << QStringList {u"A"_s, u"B"_s, u"C"_s};
-}
-
-void MessageTransitionTest::turnsBackWithoutAJump()
-{
-    QFETCH(QStringList, messages);
-    m_stage->engine.setMessage(messages[0]);
-    m_stage->pass(300ms);
-    m_stage->engine.setMessage(messages[1]);
-    m_stage->pass(100ms);
-
-    const auto seen = [this] {
-        return QList<double> {opacity(u"A"_s), opacity(u"B"_s), opacity(u"C"_s),
-            m_stage->animator.current().presence};
-    };
-    const QList<double> before = seen();
-    m_stage->engine.setMessage(messages[2]);
-    QCOMPARE(seen(), before);
-    m_stage->pass(150ms);
-    QVERIFY(seen() != before);
-    m_stage->pass(150ms);
-    const std::optional<QString> last =
-        messages[2].isEmpty() ? std::nullopt : std::optional(messages[2]);
-    QCOMPARE(m_stage->animator.current(), MessageTransition::settled(last));
-}
-
-void MessageTransitionTest::restsWhileNothingChanges()
-{
-    const QSignalSpy moves(&m_stage->animator, &MessageAnimator::moved);
-    m_stage->engine.start(TimerEngine::RunOrigin::operatorRequest);
-    m_stage->engine.toggleBlackout();
-    m_stage->engine.strobe();
-    QCOMPARE(moves.size(), 0);
-    QVERIFY(!m_stage->animator.isRunning());
-}
-
-void MessageTransitionTest::arrivesWhenTheClockIsSetBack()
-{
-    m_stage->engine.setMessage(u"Doors"_s);
-    m_stage->pass(-1h);
-    QVERIFY(!m_stage->animator.isRunning());
-    QCOMPARE(m_stage->animator.current(), MessageTransition::settled(u"Doors"_s));
-}
 
 QTEST_GUILESS_MAIN(MessageTransitionTest)
 #include "tst_MessageTransition.moc"

@@ -2,8 +2,8 @@
 
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
+#include "helpers/PaintWatch.h"
 
-#include <QPaintEvent>
 #include <QScreen>
 #include <QTest>
 
@@ -12,18 +12,35 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Remembers what it was asked to paint.
-class WatchedView final : public OutputView {
-public:
-    using OutputView::OutputView;
+/// A view of an engine whose time of day is given.
+struct Stage {
+    MemoryPreferences preferences;
+    AppSettings settings {preferences};
+    ManualClock clock;
+    QString timeOfDay = u"-"_s;
+    TimerEngine engine {settings, clock.clock(), [this](Instant) { return timeOfDay; }};
+    MessageAnimator animator {engine, clock.clock()};
+    OutputView view {engine, settings, animator};
 
-    QRegion painted;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
+    explicit Stage(const QSize& size)
     {
-        painted += event->region();
-        OutputView::paintEvent(event);
+        view.resize(size);
+        view.show();
+        if (!QTest::qWaitForWindowExposed(&view))
+            qFatal("the view is not seen");
+    }
+
+    void second()
+    {
+        clock.advance(1s);
+        engine.tick();
+    }
+
+    void message()
+    {
+        engine.setMessage(u"Doors"_s);
+        clock.advance(300ms);
+        animator.frame();
     }
 };
 
@@ -33,117 +50,78 @@ class OutputViewTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void repaintsWhatChanged_data();
-    void repaintsWhatChanged();
-    void leavesNoInkBehind();
-};
-
-void OutputViewTest::repaintsWhatChanged_data()
-{
-    QTest::addColumn<QStringList>("before");
-    QTest::addColumn<QString>("change");
-    QTest::addColumn<QString>("repainted");
-
-    const QStringList running;
-    const QStringList blackout {u"blackout"_s};
-    const QStringList message {u"message"_s, u"settle"_s};
-    QTest::newRow("a second with a message") << message << u"second"_s << u"time above"_s;
-    QTest::newRow("nothing") << running << u"tick"_s << u"nothing"_s;
-    QTest::newRow("a message") << running << u"message"_s << u"all"_s;
-    QTest::newRow("a color") << running << u"text color"_s << u"all"_s;
-    QTest::newRow("a color not in use") << running << u"red"_s << u"nothing"_s;
-    QTest::newRow("a port") << running << u"port"_s << u"nothing"_s;
-    QTest::newRow("blackout") << running << u"blackout"_s << u"all"_s;
-    QTest::newRow("a second behind the blackout") << blackout << u"second"_s << u"nothing"_s;
-    QTest::newRow("the background of a blackout") << blackout << u"background"_s << u"all"_s;
-    QTest::newRow("strobe") << blackout << u"strobe"_s << u"all"_s;
-}
-
-void OutputViewTest::repaintsWhatChanged()
-{
-    QFETCH(QStringList, before);
-    QFETCH(QString, change);
-    QFETCH(QString, repainted);
-
-    MemoryPreferences preferences;
-    AppSettings settings(preferences);
-    ManualClock clock;
-    TimerEngine engine(settings, clock.clock());
-    engine.setSeconds = 3600;
-    engine.start(TimerEngine::RunOrigin::operatorRequest);
-    MessageAnimator animator(engine, clock.clock());
-    WatchedView view(engine, settings, animator);
-    view.resize(400, 200);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-
-    const QMap<QString, std::function<void()>> changes {
-        {u"tick"_s, [&] { engine.tick(); }},
-        {u"second"_s,
-            [&] {
-                clock.advance(1s);
-                engine.tick();
-            }},
-        {u"message"_s, [&] { engine.setMessage(u"Doors"_s); }},
-        {u"settle"_s,
-            [&] {
-                clock.advance(300ms);
-                animator.frame();
-            }},
-        {u"text color"_s, [&] { settings.textColor = {.r = 0, .g = 1, .b = 0}; }},
-        {u"red"_s, [&] { settings.redColor = {.r = 0, .g = 1, .b = 0}; }},
-        {u"background"_s, [&] { settings.backgroundColor = {.r = 0, .g = 1, .b = 0}; }},
-        {u"port"_s, [&] { settings.udpPort = 7000; }},
-        {u"blackout"_s, [&] { engine.toggleBlackout(); }},
-        {u"strobe"_s, [&] { engine.strobe(); }},
-    };
-    for (const QString& step : before)
-        changes[step]();
-    QCoreApplication::processEvents();
-    view.painted = {};
-    changes[change]();
-    QCoreApplication::processEvents();
-
-    const QMap<QString, QRegion> regions {
-        {u"nothing"_s, QRegion()},
-        {u"all"_s, view.rect()},
-        {u"time above"_s, QRect(0, 0, 400, 80)},
-    };
-    QCOMPARE(view.painted, regions[repainted]);
-}
-
-/// Tails of a time of day reach below the box of the time.
-void OutputViewTest::leavesNoInkBehind()
-{
-    MemoryPreferences preferences;
-    AppSettings settings(preferences);
-    ManualClock clock;
-    QString timeOfDay = u"-"_s;
-    TimerEngine engine(settings, clock.clock(), [&](Instant) { return timeOfDay; });
-    engine.setClock(true);
-    MessageAnimator animator(engine, clock.clock());
-    engine.setMessage(u"Doors"_s);
-    clock.advance(300ms);
-    animator.frame();
-    OutputView view(engine, settings, animator);
-    view.resize(1000, 500);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-
-    for (const QString& text : {u"Çý"_s, u"-"_s}) {
-        timeOfDay = text;
-        clock.advance(1s);
-        engine.tick();
-        QCOMPARE(engine.snapshot.value().timeText, text);
-        QCoreApplication::processEvents();
-        const QImage shown = view.screen()->grabWindow(view.winId()).toImage();
-        QImage fresh(view.size(), shown.format());
-        QPainter painter(&fresh);
-        paintOutput(painter, view.size(), OutputContent::of(engine, settings, animator));
-        painter.end();
-        QCOMPARE(shown, fresh);
+    void repaintsWhatChanged_data()
+    {
+        using Change = std::function<void(Stage&)>;
+        QTest::addColumn<Change>("before");
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<QRegion>("repainted");
+        const auto row = [](const char* name, Change before, Change change, const QRegion& region) {
+            QTest::newRow(name) << std::move(before) << std::move(change) << region;
+        };
+        const QRegion nothing;
+        const QRegion all(0, 0, 400, 200);
+        const QRegion timeAbove(0, 0, 400, 80);
+        const RGBColor green {.r = 0, .g = 1, .b = 0};
+        const Change running = [](Stage&) {};
+        const Change blackout = [](Stage& stage) { stage.engine.toggleBlackout(); };
+        const Change second = &Stage::second;
+        row("a second with a message", &Stage::message, second, timeAbove);
+        row(
+            "nothing", running, [](Stage& stage) { stage.engine.tick(); }, nothing);
+        row("a message", running, &Stage::message, all);
+        row(
+            "a color", running, [=](Stage& stage) { stage.settings.textColor = green; }, all);
+        row(
+            "a color not in use", running, [=](Stage& stage) { stage.settings.redColor = green; },
+            nothing);
+        row(
+            "a port", running, [](Stage& stage) { stage.settings.udpPort = 7000; }, nothing);
+        row("blackout", running, blackout, all);
+        row("a second behind the blackout", blackout, second, nothing);
+        row(
+            "the background of a blackout", blackout,
+            [=](Stage& stage) { stage.settings.backgroundColor = green; }, all);
+        row(
+            "strobe", blackout, [](Stage& stage) { stage.engine.strobe(); }, all);
     }
-}
+    void repaintsWhatChanged()
+    {
+        QFETCH(const std::function<void(Stage&)>, before);
+        QFETCH(const std::function<void(Stage&)>, change);
+        QFETCH(const QRegion, repainted);
+        Stage stage({400, 200});
+        stage.engine.setSeconds = 3600;
+        stage.engine.start(TimerEngine::RunOrigin::operatorRequest);
+        before(stage);
+        QCoreApplication::processEvents();
+        const PaintWatch watch(stage.view);
+        change(stage);
+        QCoreApplication::processEvents();
+        QCOMPARE(watch.painted, repainted);
+    }
+
+    /// Tails of a time of day reach below the box of the time.
+    void leavesNoInkBehind()
+    {
+        Stage stage({1000, 500});
+        stage.engine.setClock(true);
+        stage.message();
+        for (const QString& text : {u"Çý"_s, u"-"_s}) {
+            stage.timeOfDay = text;
+            stage.second();
+            QCOMPARE(stage.engine.snapshot.value().timeText, text);
+            QCoreApplication::processEvents();
+            const QImage shown = stage.view.screen()->grabWindow(stage.view.winId()).toImage();
+            QImage fresh(stage.view.size(), shown.format());
+            QPainter painter(&fresh);
+            paintOutput(painter, stage.view.size(),
+                OutputContent::of(stage.engine, stage.settings, stage.animator));
+            painter.end();
+            QCOMPARE(shown, fresh);
+        }
+    }
+};
 
 QTEST_MAIN(OutputViewTest)
 #include "tst_OutputView.moc"

@@ -29,7 +29,9 @@ bool EntryField::event(QEvent* event)
 
 void EntryField::keyPressEvent(QKeyEvent* event)
 {
-    QLineEdit::keyPressEvent(event);
+    // A key that is held down is one Return.
+    if (!isReturn(*event) || !event->isAutoRepeat())
+        QLineEdit::keyPressEvent(event);
     if (isReturn(*event))
         event->accept();
 }

@@ -2,6 +2,18 @@
 
 #include <QPainter>
 
+namespace {
+
+/// More than any line shows. Laying out a text as long as a file would hold up the show.
+constexpr qsizetype mostCharacters = 300;
+
+QString shownText(const QLabel& label)
+{
+    return label.text().left(mostCharacters).simplified();
+}
+
+} // namespace
+
 OneLineLabel::OneLineLabel(const QString& text, QWidget* parent)
     : QLabel(text, parent)
 {
@@ -11,7 +23,7 @@ OneLineLabel::OneLineLabel(const QString& text, QWidget* parent)
 
 QSize OneLineLabel::sizeHint() const
 {
-    return {fontMetrics().horizontalAdvance(text()), fontMetrics().height()};
+    return {fontMetrics().horizontalAdvance(shownText(*this)), fontMetrics().height()};
 }
 
 QSize OneLineLabel::minimumSizeHint() const
@@ -24,6 +36,6 @@ void OneLineLabel::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
     const QString line =
-        fontMetrics().elidedText(text().simplified(), Qt::ElideRight, contentsRect().width());
+        fontMetrics().elidedText(shownText(*this), Qt::ElideRight, contentsRect().width());
     painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine, line);
 }

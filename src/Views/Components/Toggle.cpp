@@ -23,7 +23,7 @@ void Toggle::paintEvent(QPaintEvent*)
     QStyleOptionButton option;
     initStyleOption(&option);
     const int room = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this).width();
-    option.text = fontMetrics().elidedText(text(), Qt::ElideMiddle, room);
+    option.text = fontMetrics().elidedText(text(), Qt::ElideMiddle, room, Qt::TextShowMnemonic);
     painter.drawControl(QStyle::CE_CheckBox, option);
 }
 

@@ -45,98 +45,72 @@ class ConsoleStyleTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void followsTheDesktop_data();
-    void followsTheDesktop();
-    void canBeRead_data();
-    void canBeRead();
-    void fitsText_data();
-    void fitsText();
-};
-
-void ConsoleStyleTest::followsTheDesktop_data()
-{
-    QTest::addColumn<QColor>("window");
-    QTest::addColumn<Appearance>("expected");
-
-    QTest::newRow("light") << QColor(0xef, 0xf0, 0xf1) << Appearance::light;
-    QTest::newRow("dark") << QColor(0x35, 0x35, 0x35) << Appearance::dark;
-}
-
-void ConsoleStyleTest::followsTheDesktop()
-{
-    QFETCH(QColor, window);
-    QFETCH(Appearance, expected);
-
-    QPalette palette(Qt::red, window);
-    ConsoleStyle style;
-    style.polish(palette);
-    QCOMPARE(palette, ConsoleStyle::palette(expected));
-}
-
-void ConsoleStyleTest::canBeRead_data()
-{
-    QTest::addColumn<Appearance>("appearance");
-
-    QTest::newRow("light") << Appearance::light;
-    QTest::newRow("dark") << Appearance::dark;
-}
-
-/// In the dark, after ten hours, with tired eyes.
-void ConsoleStyleTest::canBeRead()
-{
-    QFETCH(Appearance, appearance);
-
-    const QPalette palette = ConsoleStyle::palette(appearance);
-    const QColor group = groupColor(palette);
-    const QColor chip = over(withOpacity(secondaryColor(palette), 0.18), group);
-    constexpr double text = 4.5;
-    for (const QColor& ground : {palette.color(QPalette::Window), group,
-             palette.color(QPalette::Base), palette.color(QPalette::Button)}) {
-        QCOMPARE_GE(contrast(palette.color(QPalette::Text), ground), 2 * text);
-        QCOMPARE_GE(contrast(secondaryColor(palette), ground), text);
+    void followsTheDesktop()
+    {
+        for (const auto& [window, expected] :
+            {std::pair(QColor(0xef, 0xf0, 0xf1), Appearance::light),
+                std::pair(QColor(0x35, 0x35, 0x35), Appearance::dark)}) {
+            QPalette palette(Qt::red, window);
+            ConsoleStyle().polish(palette);
+            QCOMPARE(palette, ConsoleStyle::palette(expected));
+        }
     }
-    QCOMPARE_GE(contrast(palette.color(QPalette::WindowText), chip), text);
-    QCOMPARE_GE(contrast(warningColor(palette), group), text);
-    for (const QColor& ground : {accentColor(palette), TransportColor::green,
-             TransportColor::orange, TransportColor::red, TransportColor::gray})
-        QCOMPARE_GE(contrast(Qt::white, ground), text);
-    // The dot of a device, the ring of the focus.
-    for (const QColor& shape : {connectedColor(palette), accentColor(palette)})
-        QCOMPARE_GE(contrast(shape, group), 3.0);
-}
 
-void ConsoleStyleTest::fitsText_data()
-{
-    QTest::addColumn<int>("width");
-    QTest::addColumn<double>("smallest");
-    QTest::addColumn<double>("largest");
+    /// In the dark, after ten hours, with tired eyes.
+    void canBeRead_data()
+    {
+        QTest::addColumn<Appearance>("appearance");
+        QTest::newRow("light") << Appearance::light;
+        QTest::newRow("dark") << Appearance::dark;
+    }
+    void canBeRead()
+    {
+        QFETCH(const Appearance, appearance);
+        const QPalette palette = ConsoleStyle::palette(appearance);
+        const QColor group = groupColor(palette);
+        const QColor chip = over(withOpacity(secondaryColor(palette), 0.18), group);
+        constexpr double text = 4.5;
+        for (const QColor& ground : {palette.color(QPalette::Window), group,
+                 palette.color(QPalette::Base), palette.color(QPalette::Button)}) {
+            QCOMPARE_GE(contrast(palette.color(QPalette::Text), ground), 2 * text);
+            QCOMPARE_GE(contrast(secondaryColor(palette), ground), text);
+        }
+        QCOMPARE_GE(contrast(palette.color(QPalette::WindowText), chip), text);
+        QCOMPARE_GE(contrast(warningColor(palette), group), text);
+        for (const QColor& ground : {accentColor(palette), TransportColor::green,
+                 TransportColor::orange, TransportColor::red, TransportColor::gray})
+            QCOMPARE_GE(contrast(Qt::white, ground), text);
+        // The dot of a device, the ring of the focus.
+        for (const QColor& shape : {connectedColor(palette), accentColor(palette)})
+            QCOMPARE_GE(contrast(shape, group), 3.0);
+    }
 
-    // "Resume" is 75 points wide, and its capital 14 high.
-    QTest::newRow("room enough") << 90 << 13.0 << 15.0;
-    QTest::newRow("shrunk") << 50 << 8.0 << 11.0;
-    QTest::newRow("cut at half its size") << 25 << 6.0 << 8.0;
-}
-
-/// The ink keeps to the box, in its middle, and is no smaller than it has to be.
-void ConsoleStyleTest::fitsText()
-{
-    QFETCH(int, width);
-    QFETCH(double, smallest);
-    QFETCH(double, largest);
-
-    QImage picture(140, 40, QImage::Format_RGB32);
-    picture.fill(Qt::black);
-    QPainter painter(&picture);
-    painter.setPen(Qt::white);
-    const QRect box(20, 5, width, 30);
-    drawShrinkingText(painter, box, u"Resume"_s, Fonts::system(19, QFont::Bold), 0.5);
-    painter.end();
-    const QRect drawn = ink(picture, picture.rect());
-    QVERIFY2(box.contains(drawn), qPrintable(QDebug::toString(drawn)));
-    QCOMPARE_LE(std::abs(drawn.center().x() - box.center().x()), 1);
-    QCOMPARE_GE(drawn.height(), smallest);
-    QCOMPARE_LE(drawn.height(), largest);
-}
+    /// The ink keeps to the box, in its middle, and is no smaller than it has to be.
+    void fitsText()
+    {
+        struct Row {
+            int width;
+            int smallest;
+            int largest;
+        };
+        // "Resume" is 75 points wide, and its capital 14 high: there is room enough, it is shrunk,
+        // it is cut at half its size.
+        for (const Row& row : {Row {90, 13, 15}, Row {50, 8, 11}, Row {25, 6, 8}}) {
+            QImage picture(140, 40, QImage::Format_RGB32);
+            picture.fill(Qt::black);
+            QPainter painter(&picture);
+            painter.setPen(Qt::white);
+            const QRect box(20, 5, row.width, 30);
+            drawShrinkingText(painter, box, u"Resume"_s, Fonts::system(19, QFont::Bold), 0.5);
+            painter.end();
+            const QRect drawn = ink(picture, picture.rect());
+            QVERIFY2(box.contains(drawn), qPrintable(QDebug::toString(drawn)));
+            QCOMPARE_LE(std::abs(drawn.center().x() - box.center().x()), 1);
+            QCOMPARE_GE(drawn.height(), row.smallest);
+            QCOMPARE_LE(drawn.height(), row.largest);
+        }
+    }
+};
 
 QTEST_MAIN(ConsoleStyleTest)
 #include "tst_ConsoleStyle.moc"
