@@ -74,12 +74,10 @@ private Q_SLOTS:
     void tellsOfKeys();
     void givesRoomForReports();
     void drivesOneDeckAtATime();
-    void ignoresOtherProducts();
     void explainsWhyItCannotOpen_data();
     void explainsWhyItCannotOpen();
     void startsAnewWhatTheSystemRefused();
-    void sendsFeatureReports_data();
-    void sendsFeatureReports();
+    void clampsTheBrightness();
     void writesTheLastOfEverythingInOrder();
     void writesNothingWithoutADeck();
     void closesTheDeckWithoutAWord();
@@ -163,15 +161,6 @@ void StreamDeckHIDTest::drivesOneDeckAtATime()
     QCOMPARE(rig.told(), QStringList {u"+ Stream Deck +"_s});
 }
 
-void StreamDeckHIDTest::ignoresOtherProducts()
-{
-    Rig rig;
-    rig.start(0x0061);
-    rig.fake.attach(deck(0, "nameless"));
-    QCOMPARE(rig.told(), QStringList());
-    QCOMPARE(rig.fake.openings.available(), 0);
-}
-
 void StreamDeckHIDTest::explainsWhyItCannotOpen_data()
 {
     QTest::addColumn<int>("error");
@@ -227,35 +216,16 @@ void StreamDeckHIDTest::startsAnewWhatTheSystemRefused()
     QTRY_VERIFY((rig.hid.rescan(), rig.hid.model()));
 }
 
-void StreamDeckHIDTest::sendsFeatureReports_data()
+void StreamDeckHIDTest::clampsTheBrightness()
 {
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<int>("percent");
-    QTest::addColumn<QList<QByteArray>>("written");
-
-    const auto row = [](const char* name, int productID, int percent, int length,
-                         const char* brightness, const char* reset) {
-        QList<QByteArray> written;
-        for (const char* hex : {brightness, reset})
-            written += "feature" + QByteArray::fromHex(hex).leftJustified(length, '\0');
-        QTest::newRow(name) << productID << percent << written;
-    };
-    row("first generation", original, 70, 17, "0555aad10146", "0b63");
-    row("six keys", mini, 5, 17, "0555aad10105", "0b63");
-    row("second generation, too bright", xl, 150, 32, "030864", "0302");
-    row("second generation, too dark", xl, -3, 32, "030800", "0302");
-}
-
-void StreamDeckHIDTest::sendsFeatureReports()
-{
-    QFETCH(const int, productID);
-    QFETCH(const int, percent);
-    Rig rig;
-    rig.start(productID);
-    rig.hid.setBrightness(percent);
-    rig.hid.reset();
-    rig.hid.flushWrites();
-    QTEST(rig.fake.written(), "written");
+    for (const auto& [asked, sent] : {std::pair(150, '\x64'), std::pair(-3, '\0')}) {
+        Rig rig;
+        rig.start(xl);
+        rig.hid.setBrightness(asked);
+        rig.hid.flushWrites();
+        QCOMPARE(rig.fake.written(),
+            QList {"feature\x03\x08" + QByteArray(1, sent) + QByteArray(29, '\0')});
+    }
 }
 
 /// However long a deck takes nothing, no more waits for it than it can show.

@@ -84,11 +84,9 @@ class StreamDeckManagerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void remembersItsSettings_data();
     void remembersItsSettings();
     void clampsTheBrightness();
     void paintsADeckThatConnects();
-    void sendsWhatChangedAlone();
     void actsOnKeys_data();
     void actsOnKeys();
     void stepsThroughTheRunningOrder();
@@ -99,29 +97,16 @@ private Q_SLOTS:
     void clearsTheMessageBeforeItLooksAgain();
 };
 
-void StreamDeckManagerTest::remembersItsSettings_data()
-{
-    QTest::addColumn<Stored>("stored");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<qint64>("brightness");
-
-    const auto row = [](const char* name, const Stored& stored, bool enabled, qint64 brightness) {
-        QTest::newRow(name) << stored << enabled << brightness;
-    };
-    row("nothing", {}, false, 70);
-    row("both", {{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"35"_s}}, true, 35);
-    row("not clamped", {{u"sd.brightness"_s, u"900"_s}}, false, 900);
-    row("no such values", {{u"sd.enabled"_s, u"yes"_s}, {u"sd.brightness"_s, u"bright"_s}}, false,
-        70);
-}
-
 void StreamDeckManagerTest::remembersItsSettings()
 {
-    QFETCH(const Stored, stored);
-    Rig rig(stored);
-    QTEST(rig.manager->enabled.value(), "enabled");
-    QTEST(rig.manager->brightness.value(), "brightness");
-    QCOMPARE(rig.preferences.writes, 0);
+    const Rig fresh(Stored {});
+    QVERIFY(!fresh.manager->enabled);
+    QCOMPARE(fresh.manager->brightness.value(), 70);
+    // Nobody clamps what is stored.
+    const Rig used({{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"900"_s}});
+    QVERIFY(used.manager->enabled);
+    QCOMPARE(used.manager->brightness.value(), 900);
+    QCOMPARE(used.preferences.writes, 0);
 }
 
 void StreamDeckManagerTest::clampsTheBrightness()
@@ -153,18 +138,6 @@ void StreamDeckManagerTest::paintsADeckThatConnects()
     }
     // Behind brightness and reset.
     QCOMPARE(written.mid(2), pictures);
-}
-
-void StreamDeckManagerTest::sendsWhatChangedAlone()
-{
-    Rig rig;
-    rig.connect(xl);
-    rig.engine.setMessage(u"Doors open"_s);
-    // The message keys light up at the next refresh.
-    QList<int> keys;
-    QTRY_COMPARE(keys += keysOf(rig.takeWritten()), (QList {25, 26, 27}));
-    rig.press(0);
-    QCOMPARE(rig.takeWritten(), QList<QByteArray>());
 }
 
 void StreamDeckManagerTest::actsOnKeys_data()

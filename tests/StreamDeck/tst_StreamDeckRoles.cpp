@@ -12,21 +12,17 @@ using StreamDeckImage::KeyFace;
 using Phase = TimerEngine::Phase;
 using Plain = StreamDeckRole::Plain;
 
-QColor rgb(double r, double g, double b)
-{
-    return QColor::fromRgbF(static_cast<float>(r), static_cast<float>(g), static_cast<float>(b));
-}
-
-const QColor darkGrey = rgb(0.10, 0.10, 0.11);
-const QColor ink = rgb(0.06, 0.06, 0.07);
-const QColor red = rgb(0.95, 0.33, 0.33);
-const QColor green = rgb(0.30, 0.82, 0.45);
-const QColor blue = rgb(0.38, 0.64, 0.96);
-const QColor teal = rgb(0.18, 0.83, 0.75);
-const QColor amber = rgb(0.98, 0.74, 0.16);
-const QColor purple = rgb(0.75, 0.52, 0.96);
-const QColor pink = rgb(0.99, 0.45, 0.62);
-const QColor slate = rgb(0.60, 0.64, 0.72);
+const QColor darkGrey = QColor::fromRgbF(0.10F, 0.10F, 0.11F);
+const QColor ink = QColor::fromRgbF(0.06F, 0.06F, 0.07F);
+const QColor red = QColor::fromRgbF(0.95F, 0.33F, 0.33F);
+const QColor green = QColor::fromRgbF(0.30F, 0.82F, 0.45F);
+const QColor blue = QColor::fromRgbF(0.38F, 0.64F, 0.96F);
+const QColor teal = QColor::fromRgbF(0.18F, 0.83F, 0.75F);
+const QColor amber = QColor::fromRgbF(0.98F, 0.74F, 0.16F);
+const QColor purple = QColor::fromRgbF(0.75F, 0.52F, 0.96F);
+const QColor pink = QColor::fromRgbF(0.99F, 0.45F, 0.62F);
+const QColor slate = QColor::fromRgbF(0.60F, 0.64F, 0.72F);
+const QColor orange = QColor::fromRgbF(1, 0.5F, 0);
 
 const StreamDeckState idle;
 
@@ -150,8 +146,8 @@ void StreamDeckRolesTest::drawsFaces_data()
                                    .largeTitle = true};
     };
     const DisplaySnapshot snapshot {.timeText = u"04:11"_s};
-    time("time", showing(snapshot), u"04:11"_s, rgb(1, 0.5, 0));
-    time("time, clock", showing(snapshot, Phase::clock), u"04:11"_s, rgb(1, 0.5, 0));
+    time("time", showing(snapshot), u"04:11"_s, orange);
+    time("time, clock", showing(snapshot, Phase::clock), u"04:11"_s, orange);
     time("time, paused", showing(snapshot, Phase::paused), u"04:11"_s, purple);
     time("time, blackout", showing(black, Phase::paused), u"BLACK"_s, amber);
 
