@@ -32,8 +32,8 @@ StreamDeckState stateOf(int number)
 
 void redraw(const StreamDeckRole& role, const StreamDeckState& state)
 {
-    const QImage picture = StreamDeckImage::render(face(role, state), deck.keyPixels);
-    const auto bytes = StreamDeckImage::encode(picture, deck);
+    const auto bytes =
+        StreamDeckImage::encode(StreamDeckImage::render(face(role, state), deck.keyPixels), deck);
     if (!bytes || StreamDeckImage::packets(*bytes, 0, deck).isEmpty())
         std::abort();
 }

@@ -172,8 +172,14 @@ QImage transform(QImage picture, const StreamDeckModel& model)
 {
     if (model.rotationDegrees == 90)
         picture = picture.transformed(QTransform().rotate(-90));
-    if (model.flipX || model.flipY)
+    const bool isWithoutGaps = picture.bytesPerLine() == picture.width() * qsizetype(sizeof(QRgb));
+    if (model.flipX && model.flipY && isWithoutGaps && picture.depth() == 32) {
+        // Half a turn, as most models want it: a quarter of what mirroring takes.
+        auto* pixels = reinterpret_cast<QRgb*>(picture.bits());
+        std::reverse(pixels, pixels + picture.width() * picture.height());
+    } else if (model.flipX || model.flipY) {
         picture.mirror(model.flipX, model.flipY);
+    }
     return picture;
 }
 

@@ -135,10 +135,10 @@ void StreamDeckManager::renderAll(Redraw redraw)
     }
 }
 
-void StreamDeckManager::send(const QImage& picture, int key)
+void StreamDeckManager::send(QImage picture, int key)
 {
     const int deviceKey = m_model->mirroredKey(key);
-    if (const auto image = StreamDeckImage::encode(picture, *m_model)) {
+    if (const auto image = StreamDeckImage::encode(std::move(picture), *m_model)) {
         m_hid->sendKeyPackets(deviceKey, StreamDeckImage::packets(*image, deviceKey, *m_model));
     }
 }
