@@ -237,7 +237,7 @@ void StreamDeckHIDTest::writesTheLastOfEverythingInOrder()
     device->writable.acquire(device->writable.available());
     rig.hid.sendKeyPackets(0, {"begun", QByteArray(), "to be ended"});
     QTRY_COMPARE(device->writesBegun.available(), 1);
-    for (const QByteArray second : {"1", "2", "3"}) {
+    for (const QByteArray& second : {QByteArray("1"), QByteArray("2"), QByteArray("3")}) {
         rig.hid.setBrightness(second.toInt());
         rig.hid.sendKeyPackets(1, {"one at " + second});
         rig.hid.reset();

@@ -132,7 +132,7 @@ void StreamDeckManagerTest::paintsADeckThatConnects()
     QList<QByteArray> pictures;
     for (int key = 0; key < model.keyCount; ++key) {
         const QImage picture =
-            StreamDeckImage::render(::face(defaultRoles(model)[key], state), model.keyPixels);
+            StreamDeckImage::render(::face(defaultRoles(model).at(key), state), model.keyPixels);
         pictures += StreamDeckImage::packets(
             *StreamDeckImage::encode(picture, model), key / 5 * 5 + 4 - key % 5, model);
     }
