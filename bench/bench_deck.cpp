@@ -8,7 +8,7 @@
 //     and the worst.
 
 #include "PairTiming.h"
-#include "StreamDeck/StreamDeckDevice.h"
+#include "helpers/DeckReports.h"
 #include "helpers/FakeDecks.h"
 #include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
@@ -27,7 +27,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int xl = 0x006C;
 constexpr int keys = 32;
 constexpr qsizetype reportLength = 1024;
 constexpr int blackoutKey = 14;
@@ -46,15 +45,10 @@ double processorSeconds(qint64 process)
         / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-bool isFinalPage(const QByteArray& report)
-{
-    return report[3] == 1;
-}
-
 void takePictures(FakeDecks& decks, int count)
 {
     while (count > 0)
-        count -= isFinalPage(decks.takeReport(0, reportLength));
+        count -= completedKey(decks.takeReport(0, reportLength)) >= 0;
 }
 
 void measureCountdown(FakeDecks& decks, RunningProgram& program)
@@ -72,8 +66,9 @@ void measureCountdown(FakeDecks& decks, RunningProgram& program)
     int ofTheTime = 0;
     int others = 0;
     for (qsizetype at = 0; at + reportLength <= written.size(); at += reportLength) {
-        const QByteArray report = written.mid(at, reportLength);
-        (report[2] == 0 ? ofTheTime : others) += isFinalPage(report);
+        const int key = completedKey(written.mid(at, reportLength));
+        ofTheTime += key == 0;
+        others += key > 0;
     }
     std::printf("countdown_reports %d %.3f\n", others, ofTheTime / seconds);
     std::printf("countdown_cpu %.3f %.0f\n", share, seconds);
@@ -88,17 +83,9 @@ bool isBlackout(quint16 port)
     return browser.received().contains("\"blackout\":true");
 }
 
-QByteArray keyReport(std::optional<int> down)
-{
-    QByteArray report(4 + keys, '\0');
-    report[0] = 1;
-    if (down)
-        report[4 + *down] = 1;
-    return report;
-}
-
 void measurePresses(FakeDecks& decks, quint16 port)
 {
+    const StreamDeckModel model = *StreamDeckModel::model(Deck::xl);
     std::vector<double> times;
     bool expected = false;
     for (int press = 0; press < presses; ++press) {
@@ -106,10 +93,10 @@ void measurePresses(FakeDecks& decks, quint16 port)
         std::this_thread::sleep_for(press * 7ms % 100ms);
         expected = !expected;
         times.push_back(PairTiming::milliseconds([&] {
-            decks.sendReport(0, keyReport(blackoutKey));
+            decks.sendReport(0, keyReport(model, {blackoutKey}));
             while (isBlackout(port) != expected) { }
         }));
-        decks.sendReport(0, keyReport(std::nullopt));
+        decks.sendReport(0, keyReport(model));
     }
     std::printf("press_to_state %.3f %.3f\n", PairTiming::median(times),
         *std::max_element(times.begin(), times.end()));
@@ -121,7 +108,7 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
     FakeDecks decks;
-    decks.plug(0, xl);
+    decks.plug(0, Deck::xl);
     RunningProgram program;
     program.setStored(
         u"TarrowSettings.v1"_s, RunningProgram::settingsDocument({{u"webRemoteEnabled"_s, true}}));

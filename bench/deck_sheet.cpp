@@ -1,5 +1,5 @@
 // Paints decks as the operator sees them, in the states that they have during a show: one picture
-// for each number of keys.
+// for each model that has displays, named after it. Models of one name look alike.
 //
 // Usage: deck_sheet FOLDER
 
@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRegularExpression>
 
 #include <cstdio>
 
@@ -64,6 +65,8 @@ const QList<Scene>& scenes()
 
 constexpr int gap = 20;
 constexpr int captionHeight = 44;
+constexpr int titleHeight = 56;
+const QColor captionColor(0xd8, 0xd8, 0xdc);
 
 QSize deckSize(const StreamDeckModel& model)
 {
@@ -73,7 +76,7 @@ QSize deckSize(const StreamDeckModel& model)
 void paintDeck(QPainter& painter, const StreamDeckModel& model, const StreamDeckState& state)
 {
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(0x17, 0x17, 0x19));
+    painter.setBrush(QColor(0x05, 0x05, 0x06));
     painter.drawRoundedRect(QRect({}, deckSize(model)), gap, gap);
     const QList<StreamDeckRole> roles = defaultRoles(model);
     const int pitch = model.keyPixels + gap;
@@ -90,27 +93,42 @@ void paintDeck(QPainter& painter, const StreamDeckModel& model, const StreamDeck
     }
 }
 
+void write(QPainter& painter, const QPoint& baseline, const QString& text, int size)
+{
+    painter.setFont(Fonts::system(size, QFont::DemiBold));
+    painter.setPen(captionColor);
+    painter.drawText(baseline, text);
+}
+
 QImage sheet(const StreamDeckModel& model)
 {
     constexpr int columns = 2;
     const QSize cell = deckSize(model) + QSize(gap, gap + captionHeight);
     const auto rows = static_cast<int>(scenes().size() + columns - 1) / columns;
-    QImage picture(cell.width() * columns + gap, cell.height() * rows + gap, QImage::Format_RGB32);
+    QImage picture(cell.width() * columns + gap, titleHeight + cell.height() * rows + gap,
+        QImage::Format_RGB32);
     picture.fill(QColor(0x2b, 0x2b, 0x2e));
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+    write(painter, {2 * gap, titleHeight - 4}, model.name, 30);
     for (int i = 0; i < scenes().size(); ++i) {
         painter.save();
         const QPoint place(i % columns * cell.width(), i / columns * cell.height());
-        painter.translate(place + QPoint(gap, gap));
-        painter.setFont(Fonts::system(20, QFont::DemiBold));
-        painter.setPen(QColor(0xd8, 0xd8, 0xdc));
-        painter.drawText(gap, captionHeight - 16, scenes()[i].caption);
+        painter.translate(place + QPoint(gap, titleHeight + gap));
+        write(painter, {gap, captionHeight - 16}, scenes()[i].caption, 20);
         painter.translate(0, captionHeight);
         paintDeck(painter, model, scenes()[i].state);
         painter.restore();
     }
     return picture;
+}
+
+/// "Stream Deck +" is stream-deck-plus.png.
+QString fileName(const StreamDeckModel& model)
+{
+    static const QRegularExpression noPartOfAName(u"[^a-z0-9]+"_s);
+    const QString words = model.name.toLower().replace(u'+', u"plus"_s);
+    return QString(words).replace(noPartOfAName, u"-"_s) + u".png"_s;
 }
 
 } // namespace
@@ -123,12 +141,12 @@ int main(int argc, char* argv[])
         std::fputs("Usage: deck_sheet FOLDER\n", stderr);
         return 2;
     }
-    QList<int> keyCounts;
+    QStringList made;
     for (const StreamDeckModel& model : StreamDeckModel::all()) {
-        if (!model.hasDisplays() || keyCounts.contains(model.keyCount))
+        const QString file = QDir(arguments[1]).filePath(fileName(model));
+        if (!model.hasDisplays() || made.contains(file))
             continue;
-        keyCounts.push_back(model.keyCount);
-        const QString file = QDir(arguments[1]).filePath(u"deck-%1.png"_s.arg(model.keyCount));
+        made.append(file);
         if (!sheet(model).save(file)) {
             std::fprintf(stderr, "%s cannot be written\n", qUtf8Printable(file));
             return 1;

@@ -56,7 +56,7 @@ public:
     std::function<void(QByteArrayView)> onInputReport;
 
     /// Begins to watch. Gives 0, or the system's error number: then no device is told of, and
-    /// run() only waits for its end.
+    /// run() only waits for its end, or ends at once where it lacks what it could be woken with.
     [[nodiscard]] virtual int open() = 0;
 
     /// What is attached now, in the system's order.

@@ -24,7 +24,7 @@ struct StreamDeckModel {
     };
 
     /// What the operator reads; several models share one.
-    QString name;
+    QString name = {};
     /// The USB product ID.
     qint64 productID = 0;
     Generation generation = Generation::gen2;

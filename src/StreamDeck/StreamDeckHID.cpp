@@ -203,9 +203,20 @@ void StreamDeckHID::Session::teardownDevice()
     m_deck.reset();
 }
 
-/// Does one thing after the other, in the order in which they were asked for, on its thread.
+/// Writes one thing after the other, in the order in which they were asked for, on its thread.
+///
+/// A write that has not begun gives way to a later one that sets the same thing of the same deck:
+/// then a deck that takes nothing for hours holds up one picture for each of its keys, and not one
+/// for each second. The later one goes to the end, so what is left over is still in the order of
+/// the requests, and leaves the deck as all of them would have.
 class StreamDeckHID::WriteQueue {
 public:
+    struct Write {
+        std::shared_ptr<HIDDevice> device;
+        Subject subject;
+        std::function<void(HIDDevice&)> perform;
+    };
+
     WriteQueue()
         : m_thread(QThread::create([state = m_state] { state->run(); }))
     {
@@ -225,7 +236,7 @@ public:
         [[maybe_unused]] const auto* thread = m_thread.release();
     }
 
-    void add(std::function<void()> work) { m_state->add(std::move(work)); }
+    void add(Write write) { m_state->add(std::move(write)); }
 
     /// False when nothing has been done for so long that nothing will be.
     bool flush() { return m_state->waitUntilDone(); }
@@ -239,25 +250,29 @@ private:
         {
             std::unique_lock lock(m_mutex);
             for (;;) {
-                m_changed.wait(lock, [this] { return m_isEnding || !m_works.isEmpty(); });
-                if (m_works.isEmpty())
+                m_changed.wait(lock, [this] { return m_isEnding || !m_waiting.isEmpty(); });
+                if (m_waiting.isEmpty())
                     return;
-                auto work = m_works.takeFirst();
+                m_isWriting = true;
+                std::optional<Write> write = m_waiting.takeFirst();
                 lock.unlock();
-                work();
+                write->perform(*write->device);
                 // It lets go of its device before it counts as done.
-                work = nullptr;
+                write.reset();
                 lock.lock();
+                m_isWriting = false;
                 ++m_done;
                 m_changed.notify_all();
             }
         }
 
-        void add(std::function<void()> work)
+        void add(Write write)
         {
             const std::lock_guard lock(m_mutex);
-            m_works.append(std::move(work));
-            ++m_added;
+            m_waiting.removeIf([&](const Write& earlier) {
+                return earlier.device == write.device && earlier.subject == write.subject;
+            });
+            m_waiting.append(std::move(write));
             m_changed.notify_all();
         }
 
@@ -271,8 +286,7 @@ private:
         bool waitUntilDone()
         {
             std::unique_lock lock(m_mutex);
-            const quint64 last = m_added;
-            while (m_done < last) {
+            while (m_isWriting || !m_waiting.isEmpty()) {
                 const quint64 before = m_done;
                 if (m_doneWhenHeldUp == before)
                     return false;
@@ -288,8 +302,8 @@ private:
     private:
         std::mutex m_mutex;
         std::condition_variable m_changed;
-        QList<std::function<void()>> m_works;
-        quint64 m_added = 0;
+        QList<Write> m_waiting;
+        bool m_isWriting = false;
         quint64 m_done = 0;
         /// How many were done when the patience ended: while it is so many, nobody waits again.
         std::optional<quint64> m_doneWhenHeldUp;
@@ -342,6 +356,9 @@ void StreamDeckHID::stop()
 
 void StreamDeckHID::rescan()
 {
+    // It ends by itself only when the system has refused it what it needs.
+    if (m_session && m_thread->isFinished())
+        stop();
     if (m_session)
         m_session->rescan();
     else
@@ -356,48 +373,39 @@ std::optional<StreamDeckModel> StreamDeckHID::model() const
 
 void StreamDeckHID::setBrightness(qint64 percent)
 {
-    const auto deckModel = model();
-    if (!deckModel)
-        return;
     const auto level = static_cast<char>(std::clamp<qint64>(percent, 0, 100));
-    if (deckModel->generation == Generation::gen2)
-        setFeature(QByteArray("\x03\x08", 2) + level, 32);
-    else
-        setFeature(QByteArray("\x05\x55\xAA\xD1\x01", 5) + level, 17);
+    setFeature(Subject::brightness, QByteArray("\x03\x08", 2) + level,
+        QByteArray("\x05\x55\xAA\xD1\x01", 5) + level);
 }
 
 void StreamDeckHID::reset()
 {
-    const auto deckModel = model();
-    if (!deckModel)
-        return;
-    if (deckModel->generation == Generation::gen2)
-        setFeature(QByteArray("\x03\x02", 2), 32);
-    else
-        setFeature(QByteArray("\x0B\x63", 2), 17);
+    setFeature(Subject::reset, QByteArray("\x03\x02", 2), QByteArray("\x0B\x63", 2));
 }
 
-void StreamDeckHID::setFeature(const QByteArray& report, qsizetype length)
+void StreamDeckHID::setFeature(Subject subject, const QByteArray& gen2, const QByteArray& older)
 {
     const auto deck = m_session ? m_session->deck() : std::nullopt;
     if (!deck)
         return;
-    m_writeQueue->add([device = deck->device, padded = report.leftJustified(length, '\0')] {
-        device->setFeatureReport(padded);
-    });
+    const QByteArray report = deck->model.generation == Generation::gen2
+        ? gen2.leftJustified(32, '\0')
+        : older.leftJustified(17, '\0');
+    m_writeQueue->add(
+        {deck->device, subject, [report](HIDDevice& device) { device.setFeatureReport(report); }});
 }
 
-void StreamDeckHID::sendKeyPackets(const QList<QByteArray>& reports)
+void StreamDeckHID::sendKeyPackets(int key, const QList<QByteArray>& reports)
 {
     const auto deck = m_session && !reports.isEmpty() ? m_session->deck() : std::nullopt;
     if (!deck)
         return;
-    m_writeQueue->add([device = deck->device, reports] {
-        for (const QByteArray& report : reports) {
-            if (!report.isEmpty())
-                device->setOutputReport(report);
-        }
-    });
+    m_writeQueue->add({deck->device, Subject {key}, [reports](HIDDevice& device) {
+                           for (const QByteArray& report : reports) {
+                               if (!report.isEmpty())
+                                   device.setOutputReport(report);
+                           }
+                       }});
 }
 
 void StreamDeckHID::flushWrites()

@@ -56,9 +56,12 @@ public:
     void setBrightness(qint64 percent);
     /// Makes the deck show its own picture.
     void reset();
-    /// Has these reports written one after the other, with nothing in between. Does nothing
-    /// without a deck, like everything that is written.
-    void sendKeyPackets(const QList<QByteArray>& reports);
+    /// Has the reports of a key's picture written one after the other, with nothing in between.
+    /// Does nothing without a deck, like everything that is written.
+    ///
+    /// Pictures of one key and settings of one kind supersede each other: one that the deck has not
+    /// begun to take when the next one comes is left out.
+    void sendKeyPackets(int key, const QList<QByteArray>& reports);
     /// Returns when all that was to be written has been written, however slow the deck is, or
     /// after three seconds in which it has taken nothing.
     void flushWrites();
@@ -66,8 +69,10 @@ public:
 private:
     class Session;
     class WriteQueue;
+    /// What a write sets: the picture of the key of that number, or one of these.
+    enum class Subject : int { brightness = -1, reset = -2 };
 
-    void setFeature(const QByteArray& report, qsizetype length);
+    void setFeature(Subject subject, const QByteArray& gen2, const QByteArray& older);
 
     ManagerFactory m_makeManager;
     /// What the thread works on, which may outlive this object if the system holds it up. Null

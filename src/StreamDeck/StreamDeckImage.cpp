@@ -11,6 +11,7 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -18,7 +19,7 @@ namespace StreamDeckImage {
 
 namespace {
 
-/// What text is measured and laid out at, whatever size it is drawn at: it scales evenly.
+/// What text is measured at, whatever size it is drawn at: it scales evenly.
 constexpr int layoutSize = 100;
 /// What a division may leave over, in pixels.
 constexpr double rounding = 1e-6;
@@ -58,12 +59,19 @@ private:
 };
 
 /// In the middle of its band; what does not fit even at the smallest size is cut off.
-void paintText(QPainter& painter, const QRectF& band, TextLine line)
+void paintText(QPainter& painter, const QRectF& band, const QString& text, QFont::Weight weight,
+    TextLine::Digits digits = TextLine::Digits::asTheyCome)
 {
+    const TextLine measured(text, Fonts::system(layoutSize, weight), digits);
     const double size = fittedFontSize(band.height(), band.width(),
-        [&line](double fontSize) { return line.width() * fontSize / layoutSize; });
-    const double scale = size / layoutSize;
-    if (line.width() * scale > band.width() + rounding)
+        [&](double fontSize) { return measured.width() * fontSize / layoutSize; });
+
+    // Qt keeps the glyphs of a font in ten scales, which is less than a deck has sizes of text. A
+    // font for each whole size has no more than a few.
+    const int wholeSize = qCeil(size);
+    const double scale = size / wholeSize;
+    TextLine line(text, Fonts::system(wholeSize, weight), digits);
+    if (measured.width() * size / layoutSize > band.width() + rounding)
         line = line.elided(band.width() / scale);
     // A line that is higher than its band begins at the band's top.
     const double height = std::min(line.height() * scale, band.height());
@@ -78,9 +86,8 @@ void paintTitle(QPainter& painter, const QRectF& band, const KeyFace& face)
 {
     using enum TextLine::Digits;
     painter.setPen(face.tint);
-    paintText(painter, band,
-        TextLine(face.title, Fonts::system(layoutSize, QFont::ExtraBold),
-            face.largeTitle ? equalCells : asTheyCome));
+    paintText(
+        painter, band, face.title, QFont::ExtraBold, face.largeTitle ? equalCells : asTheyCome);
 }
 
 void paintSubtitle(QPainter& painter, const QRectF& band, const KeyFace& face)
@@ -88,7 +95,7 @@ void paintSubtitle(QPainter& painter, const QRectF& band, const KeyFace& face)
     QColor color = face.tint;
     color.setAlphaF(0.8F);
     painter.setPen(color);
-    paintText(painter, band, TextLine(face.subtitle, Fonts::system(layoutSize, QFont::DemiBold)));
+    paintText(painter, band, face.subtitle, QFont::DemiBold);
 }
 
 QColor lightened(const QColor& color)
@@ -100,9 +107,9 @@ QColor lightened(const QColor& color)
 }
 
 /// The stored colours as they are, with what says how opaque they are left out.
-QImage withoutAlpha(const QImage& picture)
+QImage withoutAlpha(QImage picture)
 {
-    QImage opaque = picture.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QImage opaque = std::move(picture).convertToFormat(QImage::Format_ARGB32_Premultiplied);
     opaque.reinterpretAsFormat(QImage::Format_RGB32);
     return opaque;
 }
@@ -130,10 +137,9 @@ QImage render(const KeyFace& face, int pixels)
     // On a picture with opacity nothing is smoothed by the parts of a pixel, which would leave
     // coloured fringes.
     QImage picture(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    picture.fill(Qt::transparent);
+    picture.fill(face.pressed ? lightened(face.background) : face.background);
     QPainter painter(&picture);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-    painter.fillRect(picture.rect(), face.pressed ? lightened(face.background) : face.background);
 
     const Bands bands(face, pixels);
     constexpr double lowestSymbol = 6;
@@ -162,22 +168,27 @@ double fittedFontSize(
     return std::max(size, smallest);
 }
 
-QImage transform(const QImage& picture, const StreamDeckModel& model)
+QImage transform(QImage picture, const StreamDeckModel& model)
 {
-    QImage turned = picture;
     if (model.rotationDegrees == 90)
-        turned = turned.transformed(QTransform().rotate(-90));
-    if (model.flipX || model.flipY)
-        turned.mirror(model.flipX, model.flipY);
-    return turned;
+        picture = picture.transformed(QTransform().rotate(-90));
+    const bool isWithoutGaps = picture.bytesPerLine() == picture.width() * qsizetype(sizeof(QRgb));
+    if (model.flipX && model.flipY && isWithoutGaps && picture.depth() == 32) {
+        // Half a turn, as most models want it: a quarter of what mirroring takes.
+        auto* pixels = reinterpret_cast<QRgb*>(picture.bits());
+        std::reverse(pixels, pixels + picture.width() * picture.height());
+    } else if (model.flipX || model.flipY) {
+        picture.mirror(model.flipX, model.flipY);
+    }
+    return picture;
 }
 
-QByteArray bmp(const QImage& picture)
+QByteArray bmp(QImage picture)
 {
     constexpr quint32 headerSize = 54;
     constexpr quint32 infoSize = 40;
     constexpr quint32 pixelsPerMetre = 2835;
-    const QImage opaque = withoutAlpha(picture);
+    const QImage opaque = withoutAlpha(std::move(picture));
     const auto width = static_cast<quint32>(opaque.width());
     const auto height = static_cast<quint32>(opaque.height());
     const quint32 rowBytes = (3 * width + 3) / 4 * 4;
@@ -204,13 +215,13 @@ QByteArray bmp(const QImage& picture)
     return bytes;
 }
 
-std::optional<QByteArray> jpeg(const QImage& picture, double quality)
+std::optional<QByteArray> jpeg(QImage picture, double quality)
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     QImageWriter writer(&buffer, "jpeg");
     writer.setQuality(qRound(quality * 100));
-    if (!writer.write(withoutAlpha(picture))) {
+    if (!writer.write(withoutAlpha(std::move(picture)))) {
         qCCritical(controlLog, "The picture of a key cannot be encoded: %s",
             qUtf8Printable(writer.errorString()));
         return std::nullopt;
@@ -218,14 +229,14 @@ std::optional<QByteArray> jpeg(const QImage& picture, double quality)
     return bytes;
 }
 
-std::optional<QByteArray> encode(const QImage& picture, const StreamDeckModel& model)
+std::optional<QByteArray> encode(QImage picture, const StreamDeckModel& model)
 {
     constexpr double keyQuality = 0.9;
     switch (model.imageFormat) {
     case StreamDeckModel::ImageFormat::bmp:
-        return bmp(transform(picture, model));
+        return bmp(transform(std::move(picture), model));
     case StreamDeckModel::ImageFormat::jpeg:
-        return jpeg(transform(picture, model), keyQuality);
+        return jpeg(transform(std::move(picture), model), keyQuality);
     case StreamDeckModel::ImageFormat::none:
         break;
     }

@@ -42,19 +42,19 @@ struct KeyFace {
 [[nodiscard]] QImage render(const KeyFace& face, int pixels);
 
 /// A square picture turned and mirrored as the model's panel wants it.
-[[nodiscard]] QImage transform(const QImage& picture, const StreamDeckModel& model);
+[[nodiscard]] QImage transform(QImage picture, const StreamDeckModel& model);
 
 /// The bytes of a file with 24 bits a pixel. A picture that is not opaque lies on black, here and
 /// in jpeg().
-[[nodiscard]] QByteArray bmp(const QImage& picture);
+[[nodiscard]] QByteArray bmp(QImage picture);
 
 /// The bytes of a file; nothing, and a line on the log, when it cannot be made. `quality` from 0
 /// to 1.
-[[nodiscard]] std::optional<QByteArray> jpeg(const QImage& picture, double quality);
+[[nodiscard]] std::optional<QByteArray> jpeg(QImage picture, double quality);
 
 /// The file that the model takes for a picture of render(); nothing for a model without displays
 /// or when it cannot be made.
-[[nodiscard]] std::optional<QByteArray> encode(const QImage& picture, const StreamDeckModel& model);
+[[nodiscard]] std::optional<QByteArray> encode(QImage picture, const StreamDeckModel& model);
 
 /// The size at which a line fits a room: as large as the height allows, a point smaller at a time
 /// where it is too wide, at least 8. `width` says how wide the line is at a size.

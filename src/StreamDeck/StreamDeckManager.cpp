@@ -81,7 +81,7 @@ void StreamDeckManager::blankToBlack()
     if (!drawsKeys())
         return;
     m_tick.stop();
-    const StreamDeckImage::KeyFace black;
+    const QImage black = StreamDeckImage::render({}, m_model->keyPixels);
     for (int key = 0; key < m_model->keyCount; ++key)
         send(black, key);
     m_hid->flushWrites();
@@ -131,16 +131,15 @@ void StreamDeckManager::renderAll(Redraw redraw)
         if (redraw == Redraw::changed && face == m_lastFaces[key])
             continue;
         m_lastFaces[key] = face;
-        send(face, key);
+        send(StreamDeckImage::render(face, m_model->keyPixels), key);
     }
 }
 
-void StreamDeckManager::send(const StreamDeckImage::KeyFace& face, int key)
+void StreamDeckManager::send(QImage picture, int key)
 {
-    const QImage picture = StreamDeckImage::render(face, m_model->keyPixels);
-    if (const auto image = StreamDeckImage::encode(picture, *m_model)) {
-        m_hid->sendKeyPackets(
-            StreamDeckImage::packets(*image, m_model->mirroredKey(key), *m_model));
+    const int deviceKey = m_model->mirroredKey(key);
+    if (const auto image = StreamDeckImage::encode(std::move(picture), *m_model)) {
+        m_hid->sendKeyPackets(deviceKey, StreamDeckImage::packets(*image, deviceKey, *m_model));
     }
 }
 

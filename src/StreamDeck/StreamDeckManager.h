@@ -45,7 +45,7 @@ private:
     void handleDisconnect();
     void handleKeyChange(int key, bool pressed);
     void renderAll(Redraw redraw);
-    void send(const StreamDeckImage::KeyFace& face, int key);
+    void send(QImage picture, int key);
     [[nodiscard]] bool drawsKeys() const;
     void fire(const StreamDeckRole& role);
     void fire(StreamDeckRole::Plain role);

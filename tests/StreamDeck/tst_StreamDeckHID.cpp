@@ -1,5 +1,6 @@
 #include "StreamDeck/StreamDeckHID.h"
 
+#include "helpers/DeckReports.h"
 #include "helpers/FakeHID.h"
 
 #include <QRegularExpression>
@@ -11,10 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int original = 0x0060;
-constexpr int mini = 0x0063;
-constexpr int xl = 0x006C;
-constexpr int plus = 0x0084;
+using namespace Deck;
 
 HIDDeviceInfo deck(qint64 productID, const QByteArray& identity = "one")
 {
@@ -61,15 +59,9 @@ private:
     }
 };
 
-QByteArray keysDown(int header, int count, const QList<int>& down, char kind = 0)
+QByteArray report(int productID, const QList<int>& down, char kind = 0)
 {
-    QByteArray report(header + count, '\0');
-    report[0] = 0x01;
-    if (header > 1)
-        report[1] = kind;
-    for (const int key : down)
-        report[header + key] = 1;
-    return report;
+    return keyReport(*StreamDeckModel::model(productID), down, kind);
 }
 
 } // namespace
@@ -80,18 +72,13 @@ class StreamDeckHIDTest : public QObject {
 private Q_SLOTS:
     void tellsOfKeys_data();
     void tellsOfKeys();
-    void dropsForeignReports_data();
-    void dropsForeignReports();
-    void givesRoomForReports_data();
     void givesRoomForReports();
     void drivesOneDeckAtATime();
-    void ignoresOtherProducts();
     void explainsWhyItCannotOpen_data();
     void explainsWhyItCannotOpen();
-    void rescansForADeckThatCouldNotBeOpened();
-    void sendsFeatureReports_data();
-    void sendsFeatureReports();
-    void writesInOrder();
+    void startsAnewWhatTheSystemRefused();
+    void clampsTheBrightness();
+    void writesTheLastOfEverythingInOrder();
     void writesNothingWithoutADeck();
     void closesTheDeckWithoutAWord();
     void stopsWhileADeckIsBeingOpened();
@@ -101,83 +88,54 @@ private Q_SLOTS:
 void StreamDeckHIDTest::tellsOfKeys_data()
 {
     QTest::addColumn<int>("productID");
-    QTest::addColumn<QByteArray>("report");
+    QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QStringList>("told");
 
-    QTest::newRow("first generation, top right for the device is top left")
-        << original << keysDown(1, 15, {4}) << QStringList {u"0 down"_s};
-    QTest::newRow("first generation, second row")
-        << original << keysDown(1, 15, {5}) << QStringList {u"9 down"_s};
-    QTest::newRow("six keys, last one") << mini << keysDown(1, 6, {5}) << QStringList {u"5 down"_s};
-    QTest::newRow("four bytes of header")
-        << xl << keysDown(4, 32, {0, 31}) << QStringList {u"0 down"_s, u"31 down"_s};
-    QTest::newRow("header bytes mean nothing without dials")
-        << xl << keysDown(4, 32, {1}, 3) << QStringList {u"1 down"_s};
-    QTest::newRow("with dials") << plus << keysDown(4, 8, {7}) << QStringList {u"7 down"_s};
-    QTest::newRow("longer than needed")
-        << plus << keysDown(4, 8, {2}) + QByteArray(500, '\1') << QStringList {u"2 down"_s};
+    const auto row = [](const char* name, int productID, const QByteArray& bytes,
+                         const QStringList& told) {
+        QTest::newRow(name) << productID << bytes << told;
+    };
+    row("counted from the right, first row", original, report(original, {4}), {u"0 down"_s});
+    row("counted from the right, second row", original, report(original, {5}), {u"9 down"_s});
+    row("last of six keys", mini, report(mini, {5}), {u"5 down"_s});
+    row("two of 32 keys", xl, report(xl, {0, 31}), {u"0 down"_s, u"31 down"_s});
+    row("header bytes mean nothing without dials", xl, report(xl, {1}, 3), {u"1 down"_s});
+    row("with dials", plus, report(plus, {7}), {u"7 down"_s});
+    row("longer than needed", plus, report(plus, {2}) + QByteArray(500, '\1'), {u"2 down"_s});
+    row("a dial", plus, report(plus, {0}, 3), {});
+    row("a key short, one byte of header", mini, report(mini, {0}).chopped(1), {});
+    row("a key short, four bytes of header", xl, report(xl, {0}).chopped(1), {});
+    row("nothing", plus, {}, {});
 }
 
+/// The same report again tells nothing; without a key that is down it tells that they are up.
 void StreamDeckHIDTest::tellsOfKeys()
 {
     QFETCH(const int, productID);
-    QFETCH(const QByteArray, report);
+    QFETCH(const QByteArray, bytes);
     QFETCH(const QStringList, told);
 
     Rig rig;
     rig.start(productID);
     rig.told();
-    rig.fake.report(report);
+    rig.fake.report(bytes);
     QCOMPARE(rig.told(), told);
-    rig.fake.report(report);
+    rig.fake.report(bytes);
     QCOMPARE(rig.told(), QStringList());
-    rig.fake.report(report.left(1) + QByteArray(report.size() - 1, '\0'));
+    rig.fake.report(report(productID, {}));
     QCOMPARE(rig.told(), QStringList(told).replaceInStrings(u"down"_s, u"up"_s));
-}
-
-void StreamDeckHIDTest::dropsForeignReports_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<QByteArray>("report");
-
-    QTest::newRow("one key short, one byte of header") << mini << keysDown(1, 5, {0});
-    QTest::newRow("one key short, four bytes of header") << xl << keysDown(4, 31, {0});
-    QTest::newRow("a dial") << plus << keysDown(4, 8, {0}, 3);
-    QTest::newRow("nothing") << plus << QByteArray();
-}
-
-void StreamDeckHIDTest::dropsForeignReports()
-{
-    QFETCH(const int, productID);
-    QFETCH(const QByteArray, report);
-
-    Rig rig;
-    rig.start(productID);
-    const auto model = StreamDeckModel::model(productID);
-    const int header = model->generation == StreamDeckModel::Generation::gen2 ? 4 : 1;
-    rig.fake.report(keysDown(header, model->keyCount, {1}));
-    rig.told();
-    rig.fake.report(report);
-    rig.fake.report(keysDown(header, model->keyCount, {1}));
-    QCOMPARE(rig.told(), QStringList());
-}
-
-void StreamDeckHIDTest::givesRoomForReports_data()
-{
-    QTest::addColumn<std::optional<qint64>>("said");
-    QTest::addColumn<qsizetype>("room");
-    QTest::newRow("not said") << std::optional<qint64>() << qsizetype(64);
-    QTest::newRow("more than the keys need") << std::optional<qint64>(512) << qsizetype(512);
-    QTest::newRow("less than the keys need") << std::optional<qint64>(8) << qsizetype(4 + 32 + 4);
 }
 
 void StreamDeckHIDTest::givesRoomForReports()
 {
-    QFETCH(const std::optional<qint64>, said);
-    Rig rig;
-    rig.fake.maxInputReportSize = said;
-    rig.start(xl);
-    QTEST(rig.fake.device()->bufferLength, "room");
+    using Said = std::optional<qint64>;
+    for (const auto& [said, room] :
+        {std::pair(Said(), 64), std::pair(Said(512), 512), std::pair(Said(8), 4 + 32 + 4)}) {
+        Rig rig;
+        rig.fake.maxInputReportSize = said;
+        rig.start(xl);
+        QCOMPARE(rig.fake.device()->bufferLength, room);
+    }
 }
 
 void StreamDeckHIDTest::drivesOneDeckAtATime()
@@ -201,15 +159,6 @@ void StreamDeckHIDTest::drivesOneDeckAtATime()
     rig.hid.rescan();
     rig.fake.settle();
     QCOMPARE(rig.told(), QStringList {u"+ Stream Deck +"_s});
-}
-
-void StreamDeckHIDTest::ignoresOtherProducts()
-{
-    Rig rig;
-    rig.start(0x0061);
-    rig.fake.attach(deck(0, "nameless"));
-    QCOMPARE(rig.told(), QStringList());
-    QCOMPARE(rig.fake.openings.available(), 0);
 }
 
 void StreamDeckHIDTest::explainsWhyItCannotOpen_data()
@@ -251,77 +200,69 @@ void StreamDeckHIDTest::explainsWhyItCannotOpen()
     QCOMPARE(ofAll.told(), QStringList {message});
 }
 
-void StreamDeckHIDTest::rescansForADeckThatCouldNotBeOpened()
+void StreamDeckHIDTest::startsAnewWhatTheSystemRefused()
 {
     Rig rig;
-    rig.fake.deviceOpenError = EBUSY;
-    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open /dev/one"_s));
-    rig.start(xl);
-    rig.told();
-    rig.fake.deviceOpenError = 0;
-    rig.hid.rescan();
-    rig.fake.settle();
-    QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
+    rig.fake.setAttached({deck(xl)});
+    rig.fake.openError = EMFILE;
+    rig.fake.endsAtOnce = true;
+    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open the list"_s));
+    rig.hid.start();
+    QStringList told;
+    QTRY_COMPARE((told += rig.told()).size(), 1);
+    rig.fake.openError = 0;
+    rig.fake.endsAtOnce = false;
+    // The thread may still be about to end.
+    QTRY_VERIFY((rig.hid.rescan(), rig.hid.model()));
 }
 
-void StreamDeckHIDTest::sendsFeatureReports_data()
+void StreamDeckHIDTest::clampsTheBrightness()
 {
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<int>("percent");
-    QTest::addColumn<QByteArray>("brightness");
-    QTest::addColumn<QByteArray>("reset");
-
-    const auto padded = [](const char* hex, int length) {
-        return "feature" + QByteArray::fromHex(hex).leftJustified(length, '\0');
-    };
-    const QByteArray newReset = padded("0302", 32);
-    const QByteArray oldReset = padded("0b63", 17);
-    QTest::newRow("first generation") << original << 70 << padded("0555aad10146", 17) << oldReset;
-    QTest::newRow("six keys") << mini << 5 << padded("0555aad10105", 17) << oldReset;
-    QTest::newRow("second generation") << xl << 100 << padded("030864", 32) << newReset;
-    QTest::newRow("too bright") << xl << 150 << padded("030864", 32) << newReset;
-    QTest::newRow("too dark") << xl << -3 << padded("030800", 32) << newReset;
-}
-
-void StreamDeckHIDTest::sendsFeatureReports()
-{
-    QFETCH(const int, productID);
-    QFETCH(const int, percent);
-    QFETCH(const QByteArray, brightness);
-    QFETCH(const QByteArray, reset);
-
-    Rig rig;
-    rig.start(productID);
-    rig.hid.setBrightness(percent);
-    rig.hid.reset();
-    rig.hid.flushWrites();
-    QCOMPARE(rig.fake.written(), (QList {brightness, reset}));
-}
-
-void StreamDeckHIDTest::writesInOrder()
-{
-    Rig rig;
-    rig.start(xl);
-    QList<QByteArray> expected;
-    for (int key = 0; key < 200; ++key) {
-        const QByteArray number = QByteArray::number(key);
-        rig.hid.sendKeyPackets({number + "a", QByteArray(), number + "b"});
-        expected += {number + "a", number + "b"};
+    for (const auto& [asked, sent] : {std::pair(150, '\x64'), std::pair(-3, '\0')}) {
+        Rig rig;
+        rig.start(xl);
+        rig.hid.setBrightness(asked);
+        rig.hid.flushWrites();
+        QCOMPARE(rig.fake.written(),
+            QList {"feature\x03\x08" + QByteArray(1, sent) + QByteArray(29, '\0')});
     }
+}
+
+/// However long a deck takes nothing, no more waits for it than it can show.
+void StreamDeckHIDTest::writesTheLastOfEverythingInOrder()
+{
+    Rig rig;
+    rig.start(xl);
+    const auto device = rig.fake.device();
+    device->writable.acquire(device->writable.available());
+    rig.hid.sendKeyPackets(0, {"begun", QByteArray(), "to be ended"});
+    QTRY_COMPARE(device->writesBegun.available(), 1);
+    for (const QByteArray& second : {QByteArray("1"), QByteArray("2"), QByteArray("3")}) {
+        rig.hid.setBrightness(second.toInt());
+        rig.hid.sendKeyPackets(1, {"one at " + second});
+        rig.hid.reset();
+        rig.hid.sendKeyPackets(0, {"zero at " + second, "and more"});
+    }
+    rig.hid.sendKeyPackets(1, {"one at the end"});
+    device->writable.release(1000);
     rig.hid.flushWrites();
-    QCOMPARE(rig.fake.written(), expected);
+    const QByteArray brightness = "feature\x03\x08\x03" + QByteArray(29, '\0');
+    const QByteArray reset = "feature\x03\x02" + QByteArray(30, '\0');
+    QCOMPARE(rig.fake.written(),
+        (QList<QByteArray> {
+            "begun", "to be ended", brightness, reset, "zero at 3", "and more", "one at the end"}));
 }
 
 void StreamDeckHIDTest::writesNothingWithoutADeck()
 {
     Rig rig;
-    rig.hid.sendKeyPackets({"never started"});
+    rig.hid.sendKeyPackets(0, {"never started"});
     rig.hid.flushWrites();
     rig.start(xl);
     rig.fake.detach("one");
     rig.hid.setBrightness(50);
     rig.hid.reset();
-    rig.hid.sendKeyPackets({"gone"});
+    rig.hid.sendKeyPackets(0, {"gone"});
     rig.hid.flushWrites();
     QCOMPARE(rig.fake.written(), QList<QByteArray>());
 }
@@ -360,7 +301,7 @@ void StreamDeckHIDTest::keepsADeckOpenWhileItIsWrittenTo()
     rig.start(xl);
     const auto device = rig.fake.device();
     device->writable.acquire(device->writable.available());
-    rig.hid.sendKeyPackets({"first", "second"});
+    rig.hid.sendKeyPackets(0, {"first", "second"});
     rig.fake.detach("one");
     QVERIFY(device->isOpen);
     device->writable.release(2);

@@ -9,49 +9,7 @@ using namespace StreamDeckImage;
 
 namespace {
 
-const KeyFace plain;
-
-KeyFace with(KeyFace face, const QString& title, const QString& subtitle = {},
-    const std::optional<QString>& symbol = {})
-{
-    face.title = title;
-    face.subtitle = subtitle;
-    face.systemSymbol = symbol;
-    return face;
-}
-
-KeyFace reserving(KeyFace face)
-{
-    face.reserveSubtitle = true;
-    return face;
-}
-
-KeyFace large(KeyFace face)
-{
-    face.largeTitle = true;
-    return face;
-}
-
-StreamDeckModel model(int rotationDegrees, bool flipX, bool flipY)
-{
-    StreamDeckModel result;
-    result.rotationDegrees = rotationDegrees;
-    result.flipX = flipX;
-    result.flipY = flipY;
-    return result;
-}
-
-/// The pixel of the upright picture that a device's panel wants at a place.
-QPoint source(QPoint place, int edge, const StreamDeckModel& model)
-{
-    if (model.flipX)
-        place.setX(edge - 1 - place.x());
-    if (model.flipY)
-        place.setY(edge - 1 - place.y());
-    if (model.rotationDegrees == 90)
-        place = {edge - 1 - place.y(), place.x()};
-    return place;
-}
+constexpr auto symbol = "stop.fill"_L1;
 
 } // namespace
 
@@ -82,45 +40,42 @@ private Q_SLOTS:
 void StreamDeckImageTest::placesWhatItDraws_data()
 {
     QTest::addColumn<KeyFace>("face");
-    QTest::addColumn<int>("pixels");
-    /// The rows from where to where are looked at.
-    QTest::addColumn<QSize>("rows");
     QTest::addColumn<double>("top");
     QTest::addColumn<double>("bottom");
+    QTest::addColumn<int>("pixels");
+    /// What is below it is not looked at.
+    QTest::addColumn<int>("lastRow");
 
-    const QSize all(0, 100);
-    const auto symbol = std::optional(u"stop.fill"_s);
-    QTest::newRow("title") << with(plain, u"H"_s) << 100 << all << 67.0 << 91.1;
-    QTest::newRow("title, room below")
-        << reserving(with(plain, u"H"_s)) << 100 << all << 51.0 << 75.1;
-    QTest::newRow("large title") << large(with(plain, u"H"_s)) << 100 << all << 25.0 << 85.2;
+    const auto row = [](const char* name, const KeyFace& face, double top, double bottom,
+                         int pixels = 100, int lastRow = 99) {
+        QTest::newRow(name) << face << top << bottom << pixels << lastRow;
+    };
+    const KeyFace all {.title = u"H"_s, .subtitle = u"H"_s, .systemSymbol = symbol};
+    row("title", {.title = u"H"_s}, 67.0, 91.1);
+    row("title, room below", {.title = u"H"_s, .reserveSubtitle = true}, 51.0, 75.1);
+    row("large title", {.title = u"H"_s, .largeTitle = true}, 25.0, 85.2);
     // 90 wide: the size is 28.9, the line stands in the middle of its band.
-    QTest::newRow("large title, width decides")
-        << large(with(plain, u"00:00"_s)) << 100 << all << 38.5 << 60.4;
-    QTest::newRow("subtitle") << with(plain, {}, u"H"_s) << 100 << all << 85.1 << 95.8;
-    QTest::newRow("symbol") << with(plain, {}, {}, symbol) << 100 << all << 20.0 << 80.0;
-    QTest::newRow("symbol above title")
-        << with(plain, u"H"_s, {}, symbol) << 100 << QSize(0, 59) << 14.0 << 50.0;
-    QTest::newRow("symbol above title and subtitle")
-        << with(plain, u"H"_s, u"H"_s, symbol) << 100 << QSize(0, 43) << 11.3 << 36.7;
-    QTest::newRow("the same, 72 pixels")
-        << with(plain, u"H"_s, u"H"_s, symbol) << 72 << QSize(0, 31) << 8.2 << 26.4;
-    QTest::newRow("no room for a symbol")
-        << large(with(plain, u"H"_s, {}, symbol)) << 100 << all << 25.0 << 85.2;
+    row("large title, width decides", {.title = u"00:00"_s, .largeTitle = true}, 38.5, 60.4);
+    row("subtitle", {.subtitle = u"H"_s}, 85.1, 95.8);
+    row("symbol", {.systemSymbol = symbol}, 20.0, 80.0);
+    row("symbol above title", {.title = u"H"_s, .systemSymbol = symbol}, 14.0, 50.0, 100, 58);
+    row("symbol above title and subtitle", all, 11.3, 36.7, 100, 42);
+    row("the same, 72 pixels", all, 8.2, 26.4, 72, 30);
+    row("no room for a symbol", {.title = u"H"_s, .systemSymbol = symbol, .largeTitle = true}, 25.0,
+        85.2);
 }
 
 void StreamDeckImageTest::placesWhatItDraws()
 {
     QFETCH(KeyFace, face);
-    QFETCH(int, pixels);
-    QFETCH(QSize, rows);
     QFETCH(double, top);
     QFETCH(double, bottom);
+    QFETCH(int, pixels);
+    QFETCH(int, lastRow);
 
     const QImage picture = render(face, pixels);
     QCOMPARE(picture.size(), QSize(pixels, pixels));
-    const QRect area =
-        ink(picture, QRect(QPoint(0, rows.width()), QPoint(pixels - 1, rows.height() - 1)));
+    const QRect area = ink(picture, QRect(0, 0, pixels, lastRow + 1));
     QVERIFY2(qAbs(area.top() - top) <= 1.1, qPrintable(u"top %1"_s.arg(area.top())));
     QVERIFY2(
         qAbs(area.bottom() + 1 - bottom) <= 1.1, qPrintable(u"bottom %1"_s.arg(area.bottom() + 1)));
@@ -130,20 +85,19 @@ void StreamDeckImageTest::placesWhatItDraws()
 
 void StreamDeckImageTest::drawsAPlainSquare()
 {
-    QVERIFY(render(plain, 0).isNull());
-    QImage blank = render(KeyFace::blank, 72);
+    QVERIFY(render({}, 0).isNull());
+    const QImage blank = render(KeyFace::blank, 72);
     QVERIFY(ink(blank, blank.rect()).isEmpty());
     QCOMPARE(blank.pixelColor(0, 0), QColor(15, 15, 15));
 
     QTest::ignoreMessage(QtCriticalMsg, "There is no symbol none.fill");
-    QCOMPARE(
-        render(with(plain, u"GO"_s, {}, u"none.fill"_s), 72), render(with(plain, u"GO"_s), 72));
+    QCOMPARE(render({.title = u"GO"_s, .systemSymbol = u"none.fill"_s}, 72),
+        render({.title = u"GO"_s}, 72));
 }
 
 void StreamDeckImageTest::lightensAPressedKey()
 {
-    KeyFace face = with(plain, u"GO"_s);
-    face.background = Qt::red;
+    KeyFace face {.title = u"GO"_s, .background = Qt::red};
     const QImage released = render(face, 72);
     face.pressed = true;
     const QImage pressed = render(face, 72);
@@ -154,19 +108,21 @@ void StreamDeckImageTest::lightensAPressedKey()
 void StreamDeckImageTest::reservesTheRoomOfASubtitle()
 {
     const QRect above(0, 0, 96, 75);
-    const QImage reserved = render(reserving(with(plain, u"Cue"_s, {}, u"forward.fill"_s)), 96);
-    const QImage used = render(reserving(with(plain, u"Cue"_s, u"cue 3"_s, u"forward.fill"_s)), 96);
+    KeyFace face {.title = u"Cue"_s, .systemSymbol = symbol, .reserveSubtitle = true};
+    const QImage reserved = render(face, 96);
+    face.subtitle = u"cue 3"_s;
+    const QImage used = render(face, 96);
     QCOMPARE(reserved.copy(above), used.copy(above));
     QVERIFY(reserved != used);
     // Four fifths of white on black.
-    QVERIFY(qAbs(render(with(plain, {}, u"I"_s), 1000).pixelColor(500, 900).red() - 204) <= 1);
+    QVERIFY(qAbs(render({.subtitle = u"I"_s}, 1000).pixelColor(500, 900).red() - 204) <= 1);
 }
 
 void StreamDeckImageTest::cutsWhatFitsAtNoSize()
 {
     const QString text = u"The quick brown fox jumps over the lazy dog"_s;
-    const QImage cut = render(with(plain, text), 72);
-    QCOMPARE(render(with(plain, text + u" again"_s), 72), cut);
+    const QImage cut = render({.title = text}, 72);
+    QCOMPARE(render({.title = text + u" again"_s}, 72), cut);
     const QRect area = ink(cut, cut.rect());
     QVERIFY(area.left() >= 3 && area.right() <= 69);
     // Capitals of a size of 8.
@@ -208,14 +164,16 @@ void StreamDeckImageTest::turns_data()
     QTest::addColumn<StreamDeckModel>("model");
     QTest::addColumn<QByteArray>("expected");
 
-    QTest::newRow("not at all") << model(0, false, false) << QByteArray("ABCD");
-    QTest::newRow("left-right") << model(0, true, false) << QByteArray("BADC");
-    QTest::newRow("top-bottom") << model(0, false, true) << QByteArray("CDAB");
-    QTest::newRow("both") << model(0, true, true) << QByteArray("DCBA");
-    QTest::newRow("a quarter") << model(90, false, false) << QByteArray("BDAC");
-    QTest::newRow("a quarter, top-bottom") << model(90, false, true) << QByteArray("ACBD");
-    QTest::newRow("a quarter, left-right") << model(90, true, false) << QByteArray("DBCA");
-    QTest::newRow("no other angle") << model(180, false, false) << QByteArray("ABCD");
+    const auto row = [](const char* expected, const StreamDeckModel& model) {
+        QTest::newRow(expected) << model << QByteArray(expected);
+    };
+    row("ABCD", {});
+    row("BADC", {.flipX = true});
+    row("CDAB", {.flipY = true});
+    row("DCBA", {.flipX = true, .flipY = true});
+    row("BDAC", {.rotationDegrees = 90});
+    row("ACBD", {.flipY = true, .rotationDegrees = 90});
+    row("DBCA", {.flipX = true, .rotationDegrees = 90});
 }
 
 void StreamDeckImageTest::turns()
@@ -244,14 +202,10 @@ void StreamDeckImageTest::writesEveryByteOfABmp()
 
 void StreamDeckImageTest::writesPaddedRows()
 {
-    const KeyFace face = with(plain, u"7"_s);
-    for (const auto& [edge, size] :
-        {std::pair(5, 134), std::pair(72, 15'606), std::pair(80, 19'254)}) {
-        const QImage picture = render(face, edge);
-        QCOMPARE(bmp(picture).size(), size);
-        QCOMPARE(QImage::fromData(bmp(picture), "BMP").convertToFormat(QImage::Format_RGB32),
-            picture.convertToFormat(QImage::Format_RGB32));
-    }
+    const QImage picture = render({.title = u"7"_s}, 5);
+    QCOMPARE(bmp(picture).size(), 54 + 5 * 16);
+    QCOMPARE(QImage::fromData(bmp(picture), "BMP").convertToFormat(QImage::Format_RGB32),
+        picture.convertToFormat(QImage::Format_RGB32));
 }
 
 void StreamDeckImageTest::encodesForEveryModel_data()
@@ -264,10 +218,8 @@ void StreamDeckImageTest::encodesForEveryModel_data()
 void StreamDeckImageTest::encodesForEveryModel()
 {
     QFETCH(StreamDeckModel, model);
-    const int edge = model.keyPixels;
-    KeyFace face = with(plain, u"Cue"_s, u"cue 3"_s, u"forward.fill"_s);
-    face.tint = QColor(97, 163, 245);
-    const QImage picture = render(face, edge);
+    const KeyFace face {.title = u"Cue"_s, .systemSymbol = symbol, .tint = QColor(97, 163, 245)};
+    const QImage picture = render(face, model.keyPixels);
     const std::optional<QByteArray> bytes = encode(picture, model);
     QCOMPARE(bytes.has_value(), model.hasDisplays());
     if (!bytes)
@@ -275,15 +227,14 @@ void StreamDeckImageTest::encodesForEveryModel()
 
     const bool isBmp = model.imageFormat == StreamDeckModel::ImageFormat::bmp;
     const QImage decoded = QImage::fromData(*bytes, isBmp ? "BMP" : "JPEG");
-    QCOMPARE(decoded.size(), picture.size());
+    const QImage turned = transform(picture, model);
+    QCOMPARE(decoded.size(), turned.size());
     int difference = 0;
-    for (int y = 0; y < edge; ++y) {
-        for (int x = 0; x < edge; ++x) {
-            const QColor expected = picture.pixelColor(source({x, y}, edge, model));
-            difference += qAbs(decoded.pixelColor(x, y).green() - expected.green());
-        }
+    for (int y = 0; y < turned.height(); ++y) {
+        for (int x = 0; x < turned.width(); ++x)
+            difference += qAbs(qGreen(decoded.pixel(x, y)) - qGreen(turned.pixel(x, y)));
     }
-    const double mean = static_cast<double>(difference) / (edge * edge);
+    const double mean = static_cast<double>(difference) / (turned.width() * turned.height());
     QVERIFY2(mean <= (isBmp ? 0 : 2.5), qPrintable(u"off by %1"_s.arg(mean)));
 }
 

@@ -1,6 +1,7 @@
 #include "StreamDeck/StreamDeckManager.h"
 
 #include "StreamDeck/StreamDeckPackets.h"
+#include "helpers/DeckReports.h"
 #include "helpers/FakeHID.h"
 #include "helpers/MemoryPreferences.h"
 
@@ -14,12 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int original = 0x0060;
-constexpr int mini = 0x0063;
-constexpr int mk2 = 0x0080;
-constexpr int xl = 0x006C;
-constexpr int pedal = 0x0086;
-
+using namespace Deck;
 using Phase = TimerEngine::Phase;
 using StreamDeckImage::KeyFace;
 
@@ -51,20 +47,12 @@ struct Rig {
         return std::exchange(fake.device()->written, {});
     }
 
-    /// One report with this key down, as the device counts them, or with none.
-    void report(std::optional<int> key)
-    {
-        const int header = hid->model()->generation == StreamDeckModel::Generation::gen2 ? 4 : 1;
-        QByteArray bytes(header + hid->model()->keyCount, '\0');
-        if (key)
-            bytes[header + *key] = 1;
-        fake.report(bytes);
-        QCoreApplication::processEvents();
-    }
+    /// As the device counts the keys.
     void press(int key)
     {
-        report(key);
-        report(std::nullopt);
+        for (const QList<int>& down : {QList {key}, {}})
+            fake.report(keyReport(*hid->model(), down));
+        QCoreApplication::processEvents();
     }
 
     MemoryPreferences preferences;
@@ -81,18 +69,10 @@ QList<int> keysOf(const QList<QByteArray>& written)
 {
     QList<int> keys;
     for (const QByteArray& report : written) {
-        const bool isGen2 = report[1] == 0x07;
-        if (report[isGen2 ? 3 : 4] == 1)
-            keys.append(isGen2 ? report[2] : report[5] - 1);
+        if (const int key = completedKey(report); key >= 0)
+            keys.append(key);
     }
     return keys;
-}
-
-QList<QByteArray> picture(const KeyFace& face, int key, const StreamDeckModel& model)
-{
-    const auto image =
-        StreamDeckImage::encode(StreamDeckImage::render(face, model.keyPixels), model);
-    return StreamDeckImage::packets(*image, key, model);
 }
 
 using Prepare = void (*)(Rig&);
@@ -104,117 +84,60 @@ class StreamDeckManagerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void remembersItsSettings_data();
     void remembersItsSettings();
-    void clampsTheBrightness_data();
     void clampsTheBrightness();
-    void paintsADeckThatConnects_data();
     void paintsADeckThatConnects();
-    void sendsWhatChangedAlone();
     void actsOnKeys_data();
     void actsOnKeys();
-    void takesNoMinuteBelowSixtyOneSeconds();
     void stepsThroughTheRunningOrder();
     void goesAwayWithTheDeck();
     void sendsADeckNothingThatWasMeantForAnother();
     void switchesOffWithoutAWord();
     void rescanSwitchesOn();
     void clearsTheMessageBeforeItLooksAgain();
-    void blackensEveryKeyAtTheEnd_data();
-    void blackensEveryKeyAtTheEnd();
 };
-
-void StreamDeckManagerTest::remembersItsSettings_data()
-{
-    QTest::addColumn<Stored>("stored");
-    QTest::addColumn<bool>("enabled");
-    QTest::addColumn<qint64>("brightness");
-
-    QTest::newRow("nothing") << Stored() << false << qint64(70);
-    QTest::newRow("both") << Stored {{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"35"_s}}
-                          << true << qint64(35);
-    QTest::newRow("not clamped") << Stored {{u"sd.brightness"_s, u"900"_s}} << false << qint64(900);
-    QTest::newRow("no such values")
-        << Stored {{u"sd.enabled"_s, u"yes"_s}, {u"sd.brightness"_s, u"bright"_s}} << false
-        << qint64(70);
-}
 
 void StreamDeckManagerTest::remembersItsSettings()
 {
-    QFETCH(const Stored, stored);
-    Rig rig(stored);
-    QTEST(rig.manager->enabled.value(), "enabled");
-    QTEST(rig.manager->brightness.value(), "brightness");
-    QCOMPARE(rig.preferences.writes, 0);
-}
-
-void StreamDeckManagerTest::clampsTheBrightness_data()
-{
-    QTest::addColumn<qint64>("asked");
-    QTest::addColumn<qint64>("set");
-    QTest::newRow("too dark") << qint64(2) << qint64(5);
-    QTest::newRow("too bright") << qint64(250) << qint64(100);
-    QTest::newRow("between") << qint64(44) << qint64(44);
+    const Rig fresh(Stored {});
+    QVERIFY(!fresh.manager->enabled);
+    QCOMPARE(fresh.manager->brightness.value(), 70);
+    // Nobody clamps what is stored.
+    const Rig used({{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"900"_s}});
+    QVERIFY(used.manager->enabled);
+    QCOMPARE(used.manager->brightness.value(), 900);
+    QCOMPARE(used.preferences.writes, 0);
 }
 
 void StreamDeckManagerTest::clampsTheBrightness()
 {
-    QFETCH(const qint64, asked);
-    QFETCH(const qint64, set);
     Rig rig;
     rig.connect(xl);
-    rig.manager->setBrightness(asked);
-    QCOMPARE(rig.manager->brightness.value(), set);
-    QCOMPARE(rig.preferences.texts.value(u"sd.brightness"_s), QString::number(set));
-    QCOMPARE(rig.takeWritten().constLast().mid(7, 3), "\x03\x08" + QByteArray(1, char(set)));
+    for (const auto& [asked, set] : {std::pair(2, 5), std::pair(250, 100), std::pair(44, 44)}) {
+        rig.manager->setBrightness(asked);
+        QCOMPARE(rig.manager->brightness.value(), set);
+        QCOMPARE(rig.preferences.texts.value(u"sd.brightness"_s), QString::number(set));
+        QCOMPARE(rig.takeWritten().constLast().mid(7, 3), "\x03\x08" + QByteArray(1, char(set)));
+    }
 }
 
-void StreamDeckManagerTest::paintsADeckThatConnects_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<int>("pictures");
-    QTest::newRow("32 keys") << xl << 32;
-    QTest::newRow("15 keys") << mk2 << 15;
-    QTest::newRow("15 keys, first generation") << original << 15;
-    QTest::newRow("6 keys") << mini << 6;
-    QTest::newRow("no displays") << pedal << 0;
-}
-
+/// Which pictures they are: on the first key, as the device counts, is the last one of the row.
 void StreamDeckManagerTest::paintsADeckThatConnects()
 {
-    QFETCH(const int, productID);
-    QFETCH(const int, pictures);
     Rig rig;
-    QList<QByteArray> written = rig.connect(productID);
-    const StreamDeckModel model = *StreamDeckModel::model(productID);
+    const QList<QByteArray> written = rig.connect(original);
+    const StreamDeckModel model = *StreamDeckModel::model(original);
     QCOMPARE(rig.manager->connectedModelName.value(), std::optional(model.name));
-
-    const bool isGen2 = model.generation == StreamDeckModel::Generation::gen2;
-    QVERIFY(written.takeFirst().startsWith(isGen2 ? "feature\x03\x08\x46" : "feature\x05\x55"));
-    QVERIFY(written.takeFirst().startsWith(isGen2 ? "feature\x03\x02" : "feature\x0B\x63"));
-    QList<int> keys = keysOf(written);
-    QCOMPARE(keys.size(), pictures);
-    // Every key got one, in the operator's order.
-    for (int key = 0; key < pictures; ++key)
-        QCOMPARE(keys[key], model.mirroredKey(key));
-    if (pictures == 0)
-        return;
     const StreamDeckState state = StreamDeckState::of(rig.engine, rig.settings, rig.cues);
-    const KeyFace first = ::face(defaultRoles(model).constFirst(), state);
-    const QList<QByteArray> expected = picture(first, model.mirroredKey(0), model);
-    QCOMPARE(written.first(expected.size()), expected);
-}
-
-void StreamDeckManagerTest::sendsWhatChangedAlone()
-{
-    Rig rig;
-    rig.connect(xl);
-    rig.engine.setMessage(u"Doors open"_s);
-    // The message keys light up at the next refresh.
-    QList<int> keys;
-    QTRY_COMPARE(keys += keysOf(rig.takeWritten()), (QList {25, 26, 27}));
-    rig.report(std::nullopt);
-    QCOMPARE(rig.takeWritten(), QList<QByteArray>());
+    QList<QByteArray> pictures;
+    for (int key = 0; key < model.keyCount; ++key) {
+        const QImage picture =
+            StreamDeckImage::render(::face(defaultRoles(model).at(key), state), model.keyPixels);
+        pictures += StreamDeckImage::packets(
+            *StreamDeckImage::encode(picture, model), key / 5 * 5 + 4 - key % 5, model);
+    }
+    // Behind brightness and reset.
+    QCOMPARE(written.mid(2), pictures);
 }
 
 void StreamDeckManagerTest::actsOnKeys_data()
@@ -281,18 +204,6 @@ void StreamDeckManagerTest::actsOnKeys()
     QVERIFY(holds(rig));
 }
 
-void StreamDeckManagerTest::takesNoMinuteBelowSixtyOneSeconds()
-{
-    Rig rig;
-    rig.connect(xl);
-    rig.engine.setSeconds = 121;
-    rig.engine.start(TimerEngine::RunOrigin::operatorRequest);
-    rig.engine.togglePause();
-    for (int press = 0; press < 3; ++press)
-        rig.press(3);
-    QCOMPARE(rig.engine.remaining(), 1);
-}
-
 void StreamDeckManagerTest::stepsThroughTheRunningOrder()
 {
     Rig rig;
@@ -307,20 +218,15 @@ void StreamDeckManagerTest::stepsThroughTheRunningOrder()
     for (const double minutes : {1.0, 2.0, 3.0})
         rig.cues.add(QString(), minutes);
     rig.cues.currentCueID = std::nullopt;
-    rig.press(previous);
-    QCOMPARE(rig.cues.currentIndex(), std::nullopt);
-    rig.press(go);
-    QCOMPARE(rig.cues.currentIndex(), 0);
-    QCOMPARE(rig.engine.remaining(), 60);
-    rig.press(previous);
-    QCOMPARE(rig.cues.currentIndex(), 0);
-    rig.press(next);
-    QCOMPARE(rig.cues.currentIndex(), 1);
-    rig.press(go);
-    QCOMPARE(rig.engine.remaining(), 120);
-    rig.press(previous);
-    QCOMPARE(rig.cues.currentIndex(), 0);
-    QCOMPARE(rig.engine.remaining(), 120);
+    // What is pressed; the cue then and what is left of it. The second run goes on as it is.
+    using Step = std::tuple<int, std::optional<qint64>, qint64>;
+    for (const auto& [key, cue, remaining] :
+        {Step {previous, std::nullopt, 0}, Step {go, 0, 60}, Step {previous, 0, 60},
+            Step {next, 1, 60}, Step {go, 1, 120}, Step {previous, 0, 120}}) {
+        rig.press(key);
+        QCOMPARE(rig.cues.currentIndex(), cue);
+        QCOMPARE(rig.engine.remaining(), remaining);
+    }
 }
 
 void StreamDeckManagerTest::goesAwayWithTheDeck()
@@ -350,9 +256,7 @@ void StreamDeckManagerTest::sendsADeckNothingThatWasMeantForAnother()
     QCOMPARE(keysOf(freshMini), (QList {0, 1, 2, 3, 4, 5}));
 
     // The mini's blackout key, which changes two faces.
-    QByteArray down(7, '\0');
-    down[3] = 1;
-    rig.fake.report(down);
+    rig.fake.report(keyReport(*StreamDeckModel::model(mini), {2}));
     rig.fake.detach("one");
     QCOMPARE(rig.connect(xl).constFirst().first(9), "feature\x03\x08");
 }
@@ -391,30 +295,6 @@ void StreamDeckManagerTest::clearsTheMessageBeforeItLooksAgain()
     rig.manager->rescan();
     QCOMPARE(rig.manager->statusMessage.value(), QString());
     QTRY_VERIFY(rig.manager->connectedModelName.value());
-}
-
-void StreamDeckManagerTest::blackensEveryKeyAtTheEnd_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::newRow("JPEG") << xl;
-    QTest::newRow("BMP, counted from the right") << original;
-    QTest::newRow("no displays") << pedal;
-}
-
-void StreamDeckManagerTest::blackensEveryKeyAtTheEnd()
-{
-    QFETCH(const int, productID);
-    Rig rig;
-    rig.connect(productID);
-    rig.manager->blankToBlack();
-    const StreamDeckModel model = *StreamDeckModel::model(productID);
-    QList<QByteArray> expected;
-    if (model.hasDisplays()) {
-        for (int key = 0; key < model.keyCount; ++key)
-            expected += picture(KeyFace(), model.mirroredKey(key), model);
-    }
-    const QMutexLocker lock(&rig.fake.device()->mutex);
-    QCOMPARE(rig.fake.device()->written, expected);
 }
 
 QTEST_MAIN(StreamDeckManagerTest)

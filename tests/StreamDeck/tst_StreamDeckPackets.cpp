@@ -27,8 +27,6 @@ class StreamDeckPacketsTest : public QObject {
 private Q_SLOTS:
     void framesAPicture_data();
     void framesAPicture();
-    void choosesTheFraming_data();
-    void choosesTheFraming();
 };
 
 void StreamDeckPacketsTest::framesAPicture_data()
@@ -47,25 +45,21 @@ void StreamDeckPacketsTest::framesAPicture_data()
     const auto gen2 = [&](const char* hex) { return header(hex, 8); };
     const auto bmp = [&](const char* hex) { return header(hex, 16); };
 
-    QTest::newRow("gen2, empty") << Framing(gen2Packets) << 0 << 3 << 1024
-                                 << QList {gen2("0207030100000000")} << QList {0};
-    QTest::newRow("gen2, one full page") << Framing(gen2Packets) << 1016 << 31 << 1024
-                                         << QList {gen2("02071f01f8030000")} << QList {1016};
-    QTest::newRow("gen2, a byte more")
-        << Framing(gen2Packets) << 1017 << 0 << 1024
-        << QList {gen2("02070000f8030000"), gen2("0207000101000100")} << QList {1016, 1};
-    QTest::newRow("mini, empty") << Framing(miniPackets) << 0 << 5 << 1024
-                                 << QList {bmp("020100000106")} << QList {0};
-    QTest::newRow("mini, three pages")
-        << Framing(miniPackets) << 2017 << 0 << 1024
-        << QList {bmp("020100000001"), bmp("020101000001"), bmp("020102000101")}
-        << QList {1008, 1008, 1};
-    QTest::newRow("gen1, empty") << Framing(gen1Packets) << 0 << 0 << 8191
-                                 << QList {bmp("020101000001"), bmp("020102000101")}
-                                 << QList {0, 0};
-    QTest::newRow("gen1, an odd length")
-        << Framing(gen1Packets) << 15607 << 14 << 8191
-        << QList {bmp("02010100000f"), bmp("02010200010f")} << QList {7803, 7804};
+    const auto row = [](const char* name, Framing framing, int imageLength, int key,
+                         int reportLength, const QList<QByteArray>& headers,
+                         const QList<int>& payloads) {
+        QTest::newRow(name) << framing << imageLength << key << reportLength << headers << payloads;
+    };
+    row("gen2, empty", gen2Packets, 0, 3, 1024, {gen2("0207030100000000")}, {0});
+    row("gen2, one full page", gen2Packets, 1016, 31, 1024, {gen2("02071f01f8030000")}, {1016});
+    row("gen2, a byte more", gen2Packets, 1017, 0, 1024,
+        {gen2("02070000f8030000"), gen2("0207000101000100")}, {1016, 1});
+    row("mini, empty", miniPackets, 0, 5, 1024, {bmp("020100000106")}, {0});
+    row("mini, three pages", miniPackets, 2017, 0, 1024,
+        {bmp("020100000001"), bmp("020101000001"), bmp("020102000101")}, {1008, 1008, 1});
+    row("gen1, empty", gen1Packets, 0, 0, 8191, {bmp("020101000001"), bmp("020102000101")}, {0, 0});
+    row("gen1, an odd length", gen1Packets, 15607, 14, 8191,
+        {bmp("02010100000f"), bmp("02010200010f")}, {7803, 7804});
 }
 
 void StreamDeckPacketsTest::framesAPicture()
@@ -88,27 +82,6 @@ void StreamDeckPacketsTest::framesAPicture()
         at += payloads[index];
     }
     QCOMPARE(at, image.size());
-}
-
-void StreamDeckPacketsTest::choosesTheFraming_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<Framing>("framing");
-
-    QTest::newRow("JPEG") << 0x006C << Framing(gen2Packets);
-    QTest::newRow("BMP, first generation") << 0x0060 << Framing(gen1Packets);
-    QTest::newRow("BMP, six keys") << 0x0063 << Framing(miniPackets);
-    QTest::newRow("no displays") << 0x0086 << Framing([](QByteArrayView, int) {
-        return QList<QByteArray>();
-    });
-}
-
-void StreamDeckPacketsTest::choosesTheFraming()
-{
-    QFETCH(const int, productID);
-    QFETCH(const Framing, framing);
-    const QByteArray image = counted(3000);
-    QCOMPARE(packets(image, 2, *StreamDeckModel::model(productID)), framing(image, 2));
 }
 
 QTEST_APPLESS_MAIN(StreamDeckPacketsTest)

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -59,19 +60,19 @@ QByteArray description(int number, int productID)
 struct FakeDecks::Testbed {
     struct Deck {
         QByteArray path;
-        QByteArray node;
+        int productID = 0;
         /// The device's side of the node.
         int descriptor = -1;
         /// The node is never closed by all: that would be an error on the device's side.
         int keptOpen = -1;
-        UMockdevIoctlBase* features = nullptr;
+        UMockdevIoctlBase* requests = nullptr;
         std::jthread reader;
         QByteArray written;
         QList<QByteArray> featureReports;
     };
 
-    static gboolean handleFeature(
-        UMockdevIoctlBase* features, UMockdevIoctlClient* client, gpointer self);
+    static gboolean handleRequest(
+        UMockdevIoctlBase* requests, UMockdevIoctlClient* client, gpointer self);
     void read(const std::stop_token& stop, int number, int descriptor);
 
     UMockdevTestbed* testbed = umockdev_testbed_new();
@@ -91,36 +92,41 @@ FakeDecks::~FakeDecks()
     for (auto& [number, deck] : m_testbed->decks) {
         hang(number);
         close(deck.keptOpen);
-        g_object_unref(deck.features);
+        g_object_unref(deck.requests);
     }
     g_object_unref(m_testbed->testbed);
 }
 
 /// Called on a thread of umockdev's own.
-gboolean FakeDecks::Testbed::handleFeature(
-    UMockdevIoctlBase* features, UMockdevIoctlClient* client, gpointer self)
+gboolean FakeDecks::Testbed::handleRequest(
+    UMockdevIoctlBase* requests, UMockdevIoctlClient* client, gpointer self)
 {
     const gulong request = umockdev_ioctl_client_get_request(client);
     const auto length = _IOC_SIZE(request);
-    if (request != HIDIOCSFEATURE(length))
+    if (request != HIDIOCGRAWINFO && request != HIDIOCSFEATURE(length))
         return FALSE;
     UMockdevIoctlData* argument = umockdev_ioctl_client_get_arg(client);
     UMockdevIoctlData* bytes = umockdev_ioctl_data_resolve(argument, 0, length, nullptr);
-    guint8* copy = nullptr;
-    int count = 0;
-    umockdev_ioctl_data_retrieve(bytes, &copy, &count);
     auto* testbed = static_cast<Testbed*>(self);
     {
         const std::lock_guard lock(testbed->mutex);
-        for (auto& [number, deck] : testbed->decks) {
-            if (deck.features == features)
-                deck.featureReports.append(QByteArray(reinterpret_cast<char*>(copy), count));
+        const auto deck = std::ranges::find(testbed->decks, requests,
+            [](const auto& numbered) { return numbered.second.requests; });
+        if (request == HIDIOCGRAWINFO) {
+            hidraw_devinfo info {.bustype = 3,
+                .vendor = 0x0FD9,
+                .product = static_cast<__s16>(deck->second.productID)};
+            umockdev_ioctl_data_update(bytes, 0, reinterpret_cast<guint8*>(&info), sizeof info);
+        } else {
+            guint8* copy = nullptr;
+            int count = 0;
+            umockdev_ioctl_data_retrieve(bytes, &copy, &count);
+            deck->second.featureReports.append(QByteArray(reinterpret_cast<char*>(copy), count));
+            g_free(copy);
         }
-        testbed->changed.notify_all();
     }
-    g_free(copy);
     g_object_unref(bytes);
-    umockdev_ioctl_client_complete(client, long(length), 0);
+    umockdev_ioctl_client_complete(client, request == HIDIOCGRAWINFO ? 0 : long(length), 0);
     return TRUE;
 }
 
@@ -141,7 +147,7 @@ void FakeDecks::Testbed::read(const std::stop_token& stop, int number, int descr
     }
 }
 
-void FakeDecks::plug(int number, int productID)
+void FakeDecks::plug(int number, int productID, std::optional<int> behindTheNode)
 {
     Testbed& testbed = *m_testbed;
     GError* error = nullptr;
@@ -154,15 +160,16 @@ void FakeDecks::plug(int number, int productID)
         const std::lock_guard lock(testbed.mutex);
         Testbed::Deck& deck = testbed.decks[number];
         deck.path = path;
-        deck.node = "/dev/hidraw" + QByteArray::number(number);
-        deck.features = UMOCKDEV_IOCTL_BASE(umockdev_ioctl_base_new());
+        deck.productID = behindTheNode.value_or(productID);
+        const QByteArray node = "/dev/hidraw" + QByteArray::number(number);
+        deck.requests = UMOCKDEV_IOCTL_BASE(umockdev_ioctl_base_new());
         g_signal_connect(
-            deck.features, "handle-ioctl", G_CALLBACK(Testbed::handleFeature), &testbed);
+            deck.requests, "handle-ioctl", G_CALLBACK(Testbed::handleRequest), &testbed);
         if (!umockdev_testbed_attach_ioctl(
-                testbed.testbed, deck.node.constData(), deck.features, &error))
+                testbed.testbed, node.constData(), deck.requests, &error))
             qFatal("no feature reports: %s", error->message);
-        deck.descriptor = umockdev_testbed_get_dev_fd(testbed.testbed, deck.node.constData());
-        deck.keptOpen = open(deck.node.constData(), O_RDWR | O_CLOEXEC);
+        deck.descriptor = umockdev_testbed_get_dev_fd(testbed.testbed, node.constData());
+        deck.keptOpen = open(node.constData(), O_RDWR | O_CLOEXEC);
         deck.reader = std::jthread(
             [&testbed, number, descriptor = deck.descriptor](
                 const std::stop_token& stop) { testbed.read(stop, number, descriptor); });

@@ -4,6 +4,7 @@
 #include <QList>
 
 #include <memory>
+#include <optional>
 
 /// Stream Decks that do not exist, on the real udev and hidraw interfaces. For tests that run
 /// under umockdev-wrapper; the programs they start see the decks, too. Made before these programs.
@@ -14,8 +15,9 @@ public:
     FakeDecks& operator=(const FakeDecks&) = delete;
     ~FakeDecks();
 
-    /// Plugs a deck in, and tells udev's listeners. `number` is its node's, and must be new.
-    void plug(int number, int productID);
+    /// Plugs a deck in, and tells udev's listeners. `number` is its node's, and must be new. What
+    /// is found behind the node may be another product.
+    void plug(int number, int productID, std::optional<int> behindTheNode = std::nullopt);
     void unplug(int number);
     /// The deck takes nothing any more of what is written to it.
     void hang(int number);

@@ -25,11 +25,13 @@ public:
         std::atomic<bool> isOpen = false;
         /// A write takes one of them first.
         QSemaphore writable {1'000'000};
+        QSemaphore writesBegun;
         qsizetype bufferLength = 0;
     };
 
     /// What the next start says.
     int openError = 0;
+    bool endsAtOnce = false;
     int deviceOpenError = 0;
     std::optional<qint64> maxInputReportSize;
     /// An opening takes one of them first.
@@ -113,6 +115,7 @@ private:
     private:
         void write(const QByteArray& report)
         {
+            m_device->writesBegun.release();
             m_device->writable.acquire();
             const QMutexLocker lock(&m_device->mutex);
             m_device->written.append(report);
@@ -126,6 +129,7 @@ private:
     public:
         explicit Manager(FakeHID& fake)
             : m_fake(fake)
+            , m_endsAtOnce(fake.endsAtOnce)
         {
             m_fake.m_manager = this;
         }
@@ -157,6 +161,8 @@ private:
         void stopListening() override { }
         void run() override
         {
+            if (m_endsAtOnce)
+                return;
             for (const HIDDeviceInfo& info : devices())
                 onMatch(info);
             std::unique_lock lock(m_mutex);
@@ -186,6 +192,7 @@ private:
 
     private:
         FakeHID& m_fake;
+        const bool m_endsAtOnce;
         std::mutex m_mutex;
         std::condition_variable m_changed;
         QList<std::function<void()>> m_tasks;

@@ -99,6 +99,7 @@ public:
     explicit UdevHIDManager(quint16 vendorID)
         : m_vendorID(vendorID)
         , m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+        , m_wakeUpError(m_wakeUp < 0 ? errno : 0)
     {
     }
     ~UdevHIDManager() override { close(m_wakeUp); }
@@ -114,6 +115,7 @@ public:
 
 private:
     [[nodiscard]] std::optional<HIDDeviceInfo> info(udev_device* hidraw) const;
+    [[nodiscard]] bool isOfProduct(int descriptor, qint64 productID) const;
     void wake() const;
     void performTasks();
     void receiveChange();
@@ -122,6 +124,7 @@ private:
 
     qint64 m_vendorID;
     int m_wakeUp;
+    int m_wakeUpError;
     Udev<udev> m_udev;
     Udev<udev_monitor> m_monitor;
     QList<HIDDeviceInfo> m_known;
@@ -135,6 +138,8 @@ private:
 
 int UdevHIDManager::open()
 {
+    if (m_wakeUpError != 0)
+        return m_wakeUpError;
     m_udev.reset(udev_new());
     if (!m_udev)
         return errno;
@@ -182,11 +187,25 @@ std::optional<HIDDeviceInfo> UdevHIDManager::info(udev_device* hidraw) const
     return HIDDeviceInfo {udev_device_get_syspath(hidraw), node, key->product};
 }
 
+/// Between the list and the opening a node may have gone over to another device, which must not be
+/// written to. One that no longer says what it is has gone.
+bool UdevHIDManager::isOfProduct(int descriptor, qint64 productID) const
+{
+    hidraw_devinfo said {};
+    return ioctl(descriptor, HIDIOCGRAWINFO, &said) != 0
+        || (static_cast<quint16>(said.vendor) == m_vendorID
+            && static_cast<quint16>(said.product) == productID);
+}
+
 HIDManager::Opened UdevHIDManager::openDevice(const HIDDeviceInfo& info)
 {
     const int descriptor = ::open(info.node.constData(), O_RDWR | O_CLOEXEC);
     if (descriptor < 0)
         return {.device = nullptr, .error = errno};
+    if (!isOfProduct(descriptor, info.productID)) {
+        close(descriptor);
+        return {.device = nullptr, .error = ENODEV};
+    }
     QString reportDescriptorFile;
     const Udev<udev_device> hidraw(udev_device_new_from_syspath(m_udev.get(), info.identity));
     if (udev_device* hid = hidraw ? hidParent(hidraw.get()) : nullptr) {
@@ -210,6 +229,9 @@ void UdevHIDManager::stopListening()
 
 void UdevHIDManager::run()
 {
+    // Nobody could end it.
+    if (m_wakeUpError != 0)
+        return;
     if (m_monitor)
         lookAgain();
     while (!m_isStopped) {
