@@ -17,6 +17,8 @@ public:
     /// Plugs a deck in, and tells udev's listeners. `number` is its node's, and must be new.
     void plug(int number, int productID);
     void unplug(int number);
+    /// Plugs a deck in that was unplugged. Its feature reports may not come any more.
+    void plugAgain(int number);
     /// The deck takes nothing any more of what is written to it.
     void hang(int number);
 
