@@ -41,7 +41,8 @@ public:
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        connect(m_descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+        m_isConnected =
+            connect(m_descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     }
     Desk(const Desk&) = delete;
     Desk& operator=(const Desk&) = delete;
@@ -49,12 +50,14 @@ public:
 
     [[nodiscard]] bool send(const QByteArray& text) const
     {
-        return ::send(m_descriptor, text.constData(), static_cast<size_t>(text.size()), 0)
+        return m_isConnected
+            && ::send(m_descriptor, text.constData(), static_cast<size_t>(text.size()), 0)
             == text.size();
     }
 
 private:
     int m_descriptor;
+    bool m_isConnected = false;
 };
 
 /// A request, and its answer.
@@ -156,11 +159,13 @@ void CommandCountTest::carriesOutEachOnceAndInOrder()
     static const QRegularExpression listening(u"Web remote on port (\\d+)"_s);
     m_webPort = listening.match(QString::fromUtf8(m_program.log())).captured(1).toUShort();
     std::vector<std::unique_ptr<Desk>> senders;
+    senders.reserve(desks);
     for (int desk = 0; desk < desks; ++desk)
         senders.push_back(std::make_unique<Desk>(m_program.port()));
 
     for (int turn = 1; turn <= commandCount / commandsOfATurn; ++turn) {
         std::vector<std::unique_ptr<Request>> requests;
+        requests.reserve(browsers);
         for (int sender = desks; sender < desks + browsers; ++sender)
             requests.push_back(
                 std::make_unique<Request>(m_webPort, "/cmd?c=" + nextCommand(sender)));
