@@ -4,6 +4,9 @@
 //
 // late MILLISECONDS: a tick of a timer in the program's event loop that came 20 ms late or later,
 //     as one of the engine's would have. It ticks more often, so that it misses nothing.
+// busy MILLISECONDS: processor time that the event loop took between two of these ticks, when it
+// was
+//     20 ms or more. Unlike the lateness it does not depend on what else the machine has to do.
 // heap BYTES: what is allocated, once a second.
 // ticks COUNT, frames COUNT: when the program has ended.
 
@@ -15,7 +18,9 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
+#include <utility>
 
 #include <malloc.h>
 
@@ -24,7 +29,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto tickInterval = 20ms;
-constexpr auto lateness = 20ms;
+constexpr auto notable = 20ms;
 
 class Watch {
 public:
@@ -57,9 +62,24 @@ private:
         const auto late = std::chrono::nanoseconds(m_sinceTick.nsecsElapsed()) - tickInterval;
         m_sinceTick.start();
         ++m_ticks;
-        if (late >= lateness)
+        note("late", late);
+        const auto before = std::exchange(m_processorTime, processorTime());
+        note("busy", m_processorTime - before);
+    }
+
+    void note(const char* what, std::chrono::nanoseconds time)
+    {
+        if (time >= notable)
             std::fprintf(
-                m_file, "late %.1f\n", std::chrono::duration<double, std::milli>(late).count());
+                m_file, "%s %.1f\n", what, std::chrono::duration<double, std::milli>(time).count());
+    }
+
+    /// Of this thread.
+    static std::chrono::nanoseconds processorTime()
+    {
+        timespec time {};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
     }
 
     void noteHeap()
@@ -72,6 +92,7 @@ private:
     QTimer m_tickTimer;
     QTimer m_heapTimer;
     QElapsedTimer m_sinceTick;
+    std::chrono::nanoseconds m_processorTime = processorTime();
     int m_ticks = 0;
 };
 
