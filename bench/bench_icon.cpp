@@ -9,8 +9,6 @@
 #include "helpers/XServer.h"
 
 #include <QApplication>
-#include <QIcon>
-#include <QPixmap>
 #include <QWidget>
 #include <QWindow>
 
@@ -35,7 +33,7 @@ void showText(int seconds)
 {
     const QString text = u"%1:%2"_s.arg(seconds / 60, 2, 10, QLatin1Char('0'))
                              .arg(seconds % 60, 2, 10, QLatin1Char('0'));
-    QApplication::setWindowIcon(QIcon(QPixmap::fromImage(IconRenderer::image(text, 512))));
+    QApplication::setWindowIcon(IconRenderer::icon(text, 512));
     QCoreApplication::processEvents();
 }
 

@@ -6,6 +6,7 @@ What scripts/bench, scripts/screenshots and the tests written in Python have in 
 import json
 import os
 import pathlib
+import platform
 import re
 import socket
 import subprocess
@@ -22,9 +23,11 @@ SETTINGS = json.loads((ROOT / "scripts/support/settings.json").read_text())
 
 class Program:
     """The program, its log in a file. `output` is a file for its standard output, `cues` are pairs
-    of title and seconds, `changes` are settings other than SETTINGS."""
+    of title and seconds, `stored` is what else the preferences hold, `changes` are settings other
+    than SETTINGS."""
 
-    def __init__(self, display=None, executable=PROGRAM, output=None, cues=(), **changes):
+    def __init__(self, display=None, executable=PROGRAM, output=None, cues=(), stored=None,
+                 **changes):
         self.executable = executable
         self.output = output
         self.home = tempfile.TemporaryDirectory()
@@ -32,7 +35,7 @@ class Program:
             "TarrowSettings.v1": SETTINGS | changes,
             "TarrowCues.v1": [{"id": str(uuid.uuid4()), "title": title, "seconds": seconds}
                               for title, seconds in cues],
-        })
+        } | (stored or {}))
         self.environment = dict(
             os.environ, HOME=self.home.name, XDG_CONFIG_HOME=self.home.name,
             XDG_RUNTIME_DIR=self.home.name, QT_QPA_PLATFORM="xcb" if display else "offscreen",
@@ -54,10 +57,13 @@ class Program:
 
     def __enter__(self):
         self.log = open(pathlib.Path(self.home.name) / "log", "w+b")
-        self.process = subprocess.Popen([self.executable], env=self.environment,
-                                        stdout=self.output, stderr=self.log)
+        self.process = self.launch()
         self.port = int(self.wait_for_log(LISTENING)[1])
         return self
+
+    def launch(self):
+        return subprocess.Popen([self.executable], env=self.environment, stdout=self.output,
+                                stderr=self.log)
 
     def __exit__(self, *_):
         self.process.kill()
@@ -134,3 +140,19 @@ def display_number(connector, maker="", model="", serial_number=""):
         for byte in part.encode() + b"\0":
             number = (number ^ byte) * 16777619 & 0xFFFFFFFF
     return number
+
+
+def socket_state(port):
+    """Bytes waiting and datagrams dropped, of the socket bound to the port."""
+    for line in pathlib.Path("/proc/net/udp6").read_text().splitlines()[1:]:
+        fields = line.split()
+        if int(fields[1].split(":")[1], 16) == port:
+            return int(fields[4].split(":")[1], 16), int(fields[-1])
+    raise RuntimeError(f"nothing listens on port {port}")
+
+
+def machine():
+    """What figures belong to, in one line."""
+    model = re.search(r"model name\s*: (.*)", pathlib.Path("/proc/cpuinfo").read_text())
+    return f"{model[1] if model else 'unknown processor'}, {os.cpu_count()} cores, " \
+           f"Linux {platform.release().split('-')[0]}, {time.strftime('%Y-%m-%d')}"

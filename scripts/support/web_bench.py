@@ -4,14 +4,13 @@ import contextlib
 import heapq
 import pathlib
 import re
-import socket
 import statistics
 import subprocess
 import tempfile
 import time
 import urllib.request
 
-from stage import ROOT, Program
+from stage import ROOT, Program, free_port
 
 TICK_WATCH = ROOT / "build/release/bench/tick_watch"
 PORT = re.compile(r"Web remote on port (\d+)\n")
@@ -36,12 +35,6 @@ http {
     }
 }
 """
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def fetch(port, path):
@@ -98,18 +91,24 @@ def load_rows(pairs=5):
            f"{statistics.median(own[1] for own in ours) / 1000:.2f} ms")
 
 
-def poll_as_pages(port, seconds):
-    """The traffic of 20 display pages and 10 control pages."""
+def requests_of(pages, seconds):
+    """The paths that the pages ask for, each given out when it is due."""
     start = time.monotonic()
-    due = [(start + interval * number / len(PAGES), number)
-           for number, (_, interval) in enumerate(PAGES)]
+    due = [(start + interval * number / len(pages), number)
+           for number, (_, interval) in enumerate(pages)]
     heapq.heapify(due)
     while due[0][0] < start + seconds:
         moment, number = due[0]
         time.sleep(max(0, moment - time.monotonic()))
-        path, interval = PAGES[number]
-        fetch(port, path)
+        path, interval = pages[number]
+        yield path
         heapq.heapreplace(due, (moment + interval, number))
+
+
+def poll_as_pages(port, seconds):
+    """The traffic of 20 display pages and 10 control pages."""
+    for path in requests_of(PAGES, seconds):
+        fetch(port, path)
 
 
 def page_rows(seconds=60):

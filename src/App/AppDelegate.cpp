@@ -6,8 +6,6 @@
 #include "Windows/OutputWindow.h"
 
 #include <QApplication>
-#include <QIcon>
-#include <QPixmap>
 
 #include <algorithm>
 #include <limits>
@@ -194,8 +192,7 @@ void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
     m_dockBadge.emplace(m_timeText, [](const QString& text) {
-        QApplication::setWindowIcon(
-            QIcon(QPixmap::fromImage(IconRenderer::image(text, dockIconSize))));
+        QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize));
     });
 }
 

@@ -3,11 +3,13 @@
 #include "Support/Fonts.h"
 #include "Support/TextLine.h"
 
+#include <QIconEngine>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
 
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -56,6 +58,36 @@ void paintTime(QPainter& painter, const QString& time, const QRectF& body)
     line.draw(painter, {-line.width() / 2, -line.height() / 2});
 }
 
+/// Has one picture. Qt's own engine puts every picture of every icon into the process-wide cache,
+/// where those of a live icon would drive out all others, and where each leaves its name for good.
+class PictureEngine final : public QIconEngine {
+public:
+    explicit PictureEngine(QPixmap picture)
+        : m_picture(std::move(picture))
+    {
+    }
+
+    void paint(QPainter* painter, const QRect& area, QIcon::Mode, QIcon::State) override
+    {
+        painter->drawPixmap(area, m_picture);
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override
+    {
+        if (size == m_picture.size())
+            return m_picture;
+        return m_picture.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    }
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override { return {m_picture.size()}; }
+    bool isNull() override { return m_picture.isNull(); }
+    [[nodiscard]] QIconEngine* clone() const override
+    {
+        return std::make_unique<PictureEngine>(*this).release();
+    }
+
+private:
+    QPixmap m_picture;
+};
+
 } // namespace
 
 QImage IconRenderer::image(const QString& time, double size)
@@ -75,4 +107,10 @@ QImage IconRenderer::image(const QString& time, double size)
     painter.setClipPath(outline(body));
     paintTime(painter, time, body);
     return image;
+}
+
+QIcon IconRenderer::icon(const QString& time, double size)
+{
+    auto engine = std::make_unique<PictureEngine>(QPixmap::fromImage(image(time, size)));
+    return QIcon(engine.release());
 }

@@ -252,6 +252,11 @@ private Q_SLOTS:
         row("loop on; go 10; stop; go 10; wait 11", "00:00 red idle",
             "running idle running finish idle");
 
+        // An hour at once, as when the clock is set ahead, is one finish and not a round for each.
+        row("loop on; go 10; wait 3600.5; wait 0.999999", "00:10 red running", "running finish");
+        row("countUp on; go 10; wait 3600; wait -3600", "00:10 red running", "running finish");
+        row("next on; cue 10; wait 3600; wait 1", "00:19 red running", "running finish ask");
+
         // What was decided at zero stays decided, until time is added up to zero at least.
         row("countUp on; go 10; wait 11; countUp off; wait 1", "-00:02 red running",
             "running finish");

@@ -2,6 +2,7 @@
 
 #include "helpers/Ink.h"
 
+#include <QPixmapCache>
 #include <QTest>
 
 #include <cmath>
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void centresTheText();
     void clipsToTheBody();
     void hasNoPictureWithoutASize();
+    void leavesNothingInTheCache();
 };
 
 void IconRendererTest::paintsTheBody()
@@ -101,6 +103,17 @@ void IconRendererTest::hasNoPictureWithoutASize()
 {
     for (const double size : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
         QVERIFY(IconRenderer::image(u"10:00"_s, size).isNull());
+}
+
+void IconRendererTest::leavesNothingInTheCache()
+{
+    QPixmapCache::insert(u"another's"_s, QPixmap(1, 1));
+    for (int second = 0; second < 60; ++second) {
+        const QPixmap picture = IconRenderer::icon(QString::number(second), 512).pixmap(512);
+        QCOMPARE(picture.size(), QSize(512, 512));
+    }
+    QPixmap kept;
+    QVERIFY(QPixmapCache::find(u"another's"_s, &kept));
 }
 
 QTEST_MAIN(IconRendererTest)

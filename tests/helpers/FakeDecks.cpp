@@ -183,6 +183,12 @@ void FakeDecks::unplug(int number)
     umockdev_testbed_uevent(m_testbed->testbed, path.constData(), "remove");
 }
 
+void FakeDecks::plugAgain(int number)
+{
+    const QByteArray path = m_testbed->decks[number].path;
+    umockdev_testbed_uevent(m_testbed->testbed, path.constData(), "add");
+}
+
 void FakeDecks::hang(int number)
 {
     std::jthread& reader = m_testbed->decks[number].reader;

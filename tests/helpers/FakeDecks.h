@@ -19,6 +19,8 @@ public:
     /// is found behind the node may be another product.
     void plug(int number, int productID, std::optional<int> behindTheNode = std::nullopt);
     void unplug(int number);
+    /// Plugs a deck in that was unplugged. Its feature reports may not come any more.
+    void plugAgain(int number);
     /// The deck takes nothing any more of what is written to it.
     void hang(int number);
 

@@ -30,7 +30,10 @@ GroupBox::GroupBox(const QString& title, QWidget* parent)
     }
     m_column->setContentsMargins(padding, padding, padding, padding);
     m_column->setSpacing(8);
-    outer->addLayout(m_column);
+    // A row that comes or goes does not move those above it, not even until the box has its new
+    // height: they may be about to be clicked.
+    outer->addLayout(m_column, 1);
+    outer->setAlignment(m_column, Qt::AlignTop);
 }
 
 void GroupBox::paintEvent(QPaintEvent*)
