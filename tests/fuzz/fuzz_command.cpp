@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -45,6 +46,14 @@ bool isFatal(const Command& command)
         command.operation);
 }
 
+/// Unlike QString's own way this keeps the sign of -0.
+QString exact(double number)
+{
+    std::array<char, 32> text {};
+    const auto [end, error] = std::to_chars(text.begin(), text.end(), number);
+    return QString::fromLatin1(text.data(), end - text.data());
+}
+
 /// A line that spells the command.
 QString lineOf(const Command& command)
 {
@@ -52,11 +61,10 @@ QString lineOf(const Command& command)
     static const std::array keywords {u"start"_s, u"stoptime"_s, u"TimeOfDay"_s, u"black"_s,
         u"pause"_s, u"ATTENTION"_s, u"+1"_s, u"-1"_s, u"clearmsg"_s, u"reset"_s, u"next"_s,
         u"prev"_s};
-    const auto exact = [](double number) { return QString::number(number, 'g', 17); };
     return std::visit(
         Overloaded {
-            [&](const Command::Set& set) { return u"set"_s + exact(set.minutes); },
-            [&](const Command::Go& go) { return u"Go \t"_s + exact(go.minutes); },
+            [](const Command::Set& set) { return u"set"_s + exact(set.minutes); },
+            [](const Command::Go& go) { return u"Go \t"_s + exact(go.minutes); },
             [](const Command::Message& message) { return u"mSG "_s + message.text; },
             [](const Command::Cue& cue) { return u"cue "_s + QString::number(cue.number); },
             [](Action action) { return keywords.at(static_cast<size_t>(action)); },
