@@ -26,7 +26,7 @@ QJsonObject written(AppSettings& settings, const MemoryPreferences& preferences)
 std::set<double> numbers(const QJsonArray& array)
 {
     std::set<double> numbers;
-    for (const QJsonValue value : array)
+    for (const auto value : array)
         numbers.insert(value.toDouble());
     return numbers;
 }
