@@ -51,22 +51,6 @@ private:
     bool m_isComplete = true;
 };
 
-ManifestResult decode(const QByteArray& bytes)
-{
-    const QJsonObject object = QJsonDocument::fromJson(bytes).object();
-    ObjectReader reader(object);
-    UpdateManifest manifest {
-        .version = reader.required<QString>(u"version").value_or(QString()),
-        .build = reader.optional<qint64>(u"build"),
-        .minimumSystemVersion = reader.optional<QString>(u"minimumSystemVersion"),
-        .downloadURL = reader.required<QString>(u"downloadURL").value_or(QString()),
-        .notes = reader.optional<QString>(u"notes"),
-    };
-    if (!reader.isComplete())
-        return notReadable;
-    return manifest;
-}
-
 /// No status yet, or none because the address is not one of the web, is 0.
 int statusOf(const QNetworkReply& reply)
 {
@@ -81,10 +65,26 @@ ManifestResult resultOf(QNetworkReply& reply)
         return reply.errorString();
     if (status != statusOK)
         return badResponse;
-    return decode(reply.readAll());
+    return decodeManifest(reply.readAll());
 }
 
 } // namespace
+
+ManifestResult decodeManifest(const QByteArray& bytes)
+{
+    const QJsonObject object = QJsonDocument::fromJson(bytes).object();
+    ObjectReader reader(object);
+    UpdateManifest manifest {
+        .version = reader.required<QString>(u"version").value_or(QString()),
+        .build = reader.optional<qint64>(u"build"),
+        .minimumSystemVersion = reader.optional<QString>(u"minimumSystemVersion"),
+        .downloadURL = reader.required<QString>(u"downloadURL").value_or(QString()),
+        .notes = reader.optional<QString>(u"notes"),
+    };
+    if (!reader.isComplete())
+        return notReadable;
+    return manifest;
+}
 
 void downloadManifest(QNetworkAccessManager& network, const QUrl& feed,
     std::chrono::milliseconds limit, std::function<void(const ManifestResult&)> onResult)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QUrl>
 
@@ -22,6 +23,10 @@ struct UpdateManifest {
 
 /// The manifest, or what went wrong, for people to read.
 using ManifestResult = std::variant<UpdateManifest, QString>;
+
+/// What the feed answered. Keys other than the manifest's are ignored, those that need not be
+/// there may be null.
+[[nodiscard]] ManifestResult decodeManifest(const QByteArray& bytes);
 
 /// Fetches the manifest at `feed` and tells once, from the event loop, how that went; never when
 /// `network` goes before. `limit` is for all of it: a server that keeps sending a little is no

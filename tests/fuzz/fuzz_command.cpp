@@ -1,0 +1,197 @@
+// Datagrams, one after the other, from their bytes to what the timer does. The first byte is the
+// settings and how fast time goes; 0xff, which is in no UTF-8, ends a datagram.
+
+#include "Fuzzing.h"
+#include "Show.h"
+
+#include "Net/CommandDispatcher.h"
+#include "Support/Overloaded.h"
+#include "Support/Trap.h"
+#include "Support/Utf8.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Action = Command::Action;
+using Phase = TimerEngine::Phase;
+
+struct Trapped { };
+
+bool fits(double minutes)
+{
+    return std::abs(std::round(minutes * 60)) < 0x1p63;
+}
+
+/// The commands that stop the process.
+bool isFatal(const Command& command)
+{
+    return std::visit(Overloaded {
+                          [](const Command::Set& set) { return !fits(set.minutes); },
+                          [](const Command::Go& go) { return !fits(go.minutes); },
+                          [](const Command::Cue& cue) {
+                              return cue.number == std::numeric_limits<qint64>::min();
+                          },
+                          [](const auto&) { return false; },
+                      },
+        command.operation);
+}
+
+/// Unlike QString's own way this keeps the sign of -0.
+QString exact(double number)
+{
+    std::array<char, 32> text {};
+    const auto [end, error] = std::to_chars(text.begin(), text.end(), number);
+    return QString::fromLatin1(text.data(), end - text.data());
+}
+
+/// A line that spells the command.
+QString lineOf(const Command& command)
+{
+    // In the order of the enumeration.
+    static const std::array keywords {u"start"_s, u"stoptime"_s, u"TimeOfDay"_s, u"black"_s,
+        u"pause"_s, u"ATTENTION"_s, u"+1"_s, u"-1"_s, u"clearmsg"_s, u"reset"_s, u"next"_s,
+        u"prev"_s};
+    return std::visit(
+        Overloaded {
+            [](const Command::Set& set) { return u"set"_s + exact(set.minutes); },
+            [](const Command::Go& go) { return u"Go \t"_s + exact(go.minutes); },
+            [](const Command::Message& message) { return u"mSG "_s + message.text; },
+            [](const Command::Cue& cue) { return u"cue "_s + QString::number(cue.number); },
+            [](Action action) { return keywords.at(static_cast<size_t>(action)); },
+        },
+        command.operation);
+}
+
+/// NaN, which differs from itself, has the same description.
+bool same(const std::optional<Command>& a, const std::optional<Command>& b)
+{
+    return a && b ? a->description() == b->description() : !a && !b;
+}
+
+void checkParsing(const QString& text, const std::optional<Command>& command)
+{
+    require(same(Command::parse(u"\t\u00a0"_s + text + u"\r\n"_s), command), "the margin counts");
+    if (!command)
+        return;
+    require(same(Command::parse(lineOf(*command)), command), "not what its own line says");
+    const bool isOneLine = std::ranges::none_of(command->description(), [](QChar c) {
+        return c.unicode() < u' ' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    });
+    require(isOneLine, "a description that breaks the log");
+}
+
+/// What the command alone decides, whatever went before it.
+void checkResult(const Command& command, const Show& show, qint64 remainingBefore)
+{
+    const TimerEngine& engine = show.engine;
+    const bool isFresh = engine.phase == Phase::running && engine.remaining() == engine.setSeconds;
+    std::visit(
+        Overloaded {
+            [](const Command::Set&) {},
+            [&](const Command::Go&) { require(isFresh, "go does not start"); },
+            [&](const Command::Message& message) {
+                require(
+                    engine.snapshot.value().message.value_or(QString()) == message.text.trimmed(),
+                    "another message");
+            },
+            [&](const Command::Cue& cue) {
+                const bool exists = cue.number > 0 && cue.number <= 3;
+                require(!exists || (isFresh && show.controller.currentIndex() == cue.number - 1),
+                    "the cue did not start");
+            },
+            [&](Action action) {
+                if (action == Action::start)
+                    require(isFresh, "start does not start");
+                if (action == Action::subtractMinute)
+                    require(engine.remaining() == remainingBefore || engine.remaining() > 0,
+                        "a minute less crossed zero");
+            },
+        },
+        command.operation);
+}
+
+void checkEngine(const Show& show)
+{
+    const TimerEngine& engine = show.engine;
+    require(engine.setSeconds >= 0, "a negative duration");
+    require(engine.remaining() >= 0 || engine.pureCountUp || show.settings.allowCountUp,
+        "ran past zero");
+    const auto& message = engine.snapshot.value().message;
+    require(!message || !message->isEmpty(), "an empty message on air");
+}
+
+/// False when the command stopped the process.
+bool carryOut(const Command& command, Show& show)
+{
+    CommandDispatcher dispatcher(show.engine);
+    dispatcher.cues = &show.controller;
+    const DisplaySnapshot shown = show.engine.snapshot;
+    const qint64 remaining = show.engine.remaining();
+    try {
+        dispatcher.dispatch(command);
+    } catch (const Trapped&) {
+        require(isFatal(command), "stopped without a reason");
+        return false;
+    }
+    require(!isFatal(command), "carried out what has no meaning");
+    require(!std::holds_alternative<Command::Set>(command.operation)
+            || show.engine.snapshot.value() == shown,
+        "set shows");
+    checkResult(command, show, remaining);
+    return true;
+}
+
+} // namespace
+
+/// Stands in for the one that ends the process.
+void trap(const QString& /*reason*/)
+{
+    throw Trapped();
+}
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+{
+    static const QCoreApplication application(*argc, *argv);
+    QLoggingCategory::setFilterRules(u"*.info=false"_s);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size == 0)
+        return 0;
+    MemoryPreferences preferences;
+    Show show(preferences);
+    show.settings.cueFollow = (data[0] & 1) != 0;
+    show.settings.allowCountUp = (data[0] & 2) != 0;
+    show.engine.loop = (data[0] & 4) != 0;
+    for (const double minutes : {0.1, 0.0, 90.0})
+        show.controller.add({}, minutes);
+
+    const QByteArray bytes(
+        reinterpret_cast<const char*>(data) + 1, static_cast<qsizetype>(size) - 1);
+    for (const QByteArray& datagram : bytes.split('\xff')) {
+        const std::optional<QString> text = decodeUtf8(datagram);
+        if (!text)
+            continue;
+        const std::optional<Command> command = Command::parse(*text);
+        checkParsing(*text, command);
+        if (command && !carryOut(*command, show))
+            return 0;
+        checkEngine(show);
+        show.clock.advance(std::chrono::seconds(data[0] >> 3));
+        show.engine.tick();
+        checkEngine(show);
+    }
+    return 0;
+}
