@@ -1,10 +1,13 @@
 #include "helpers/RunningProgram.h"
 
+#include "helpers/HTTPPeer.h"
+
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QTest>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -104,6 +107,19 @@ bool RunningProgram::waitForLog(const QByteArray& text)
         m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime()));
     }
     return true;
+}
+
+QByteArray RunningProgram::webAnswer(const QByteArray& path)
+{
+    static const QRegularExpression listening(u"Web remote on port (\\d+)"_s);
+    if (!waitForLog("Web remote on port"))
+        return {};
+    const auto match = listening.match(QString::fromUtf8(m_log));
+    HTTPPeer peer(match.captured(1).toUShort());
+    peer.send("GET " + path + " HTTP/1.1\r\n\r\n");
+    (void)QTest::qWaitFor([&] { return peer.receiveAll(); });
+    const qsizetype headEnd = peer.received().indexOf("\r\n\r\n");
+    return headEnd < 0 ? QByteArray() : peer.received().sliced(headEnd + 4);
 }
 
 bool RunningProgram::waitForEnd()

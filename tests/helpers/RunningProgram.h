@@ -36,6 +36,9 @@ public:
     /// Waits for the end, for ten seconds at most.
     [[nodiscard]] bool waitForEnd();
 
+    /// The body that the web remote answers with, once it is there; empty when there is none.
+    [[nodiscard]] QByteArray webAnswer(const QByteArray& path);
+
     [[nodiscard]] QByteArray log();
     [[nodiscard]] QProcess& process() { return m_process; }
     [[nodiscard]] quint16 port() const { return m_port; }
