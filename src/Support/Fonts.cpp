@@ -13,7 +13,7 @@ namespace {
 void loadFonts()
 {
     static const bool loaded = [] {
-        // The system's typefaces first: where it has some of these names, they make way for ours.
+        // The system's typefaces first: those of the same family and style make way for ours.
         (void)QFontDatabase::hasFamily({});
         for (QDirIterator files(u":/fonts"_s); files.hasNext();) {
             const QString file = files.next();
