@@ -1,16 +1,16 @@
-// The least that a Qt program with widgets can be: what the start of Tarrow is compared with.
+// The least window that a Qt program can have: what the start of Tarrow is compared with. It lies
+// where the console would.
 
 #include <QApplication>
-#include <QTimer>
-
-#include <cstdio>
+#include <QMainWindow>
+#include <QScreen>
 
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
-    QTimer::singleShot(0, &application, [] {
-        std::fputs("running\n", stderr);
-        QApplication::quit();
-    });
+    QMainWindow window;
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    window.setGeometry(screen.right() - 339, screen.top(), 340, 400);
+    window.show();
     return QApplication::exec();
 }

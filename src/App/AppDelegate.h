@@ -71,7 +71,7 @@ public:
 
 private:
     /// Sees what each step has made.
-    friend class LaunchTest;
+    friend class AppDelegateTest;
 
     void installMainMenu();
     void createOutputRouter();

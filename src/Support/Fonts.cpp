@@ -4,6 +4,7 @@
 
 #include <QDirIterator>
 #include <QFontDatabase>
+#include <QResource>
 
 using namespace Qt::StringLiterals;
 
@@ -12,9 +13,15 @@ namespace {
 void loadFonts()
 {
     static const bool loaded = [] {
+        // The system's typefaces first: those of the same family and style make way for ours.
+        (void)QFontDatabase::hasFamily({});
         for (QDirIterator files(u":/fonts"_s); files.hasNext();) {
             const QString file = files.next();
-            if (QFontDatabase::addApplicationFont(file) < 0)
+            // They lie uncompressed in the program, and are used where they are.
+            const QResource font(file);
+            const auto bytes =
+                QByteArray::fromRawData(reinterpret_cast<const char*>(font.data()), font.size());
+            if (QFontDatabase::addApplicationFontFromData(bytes) < 0)
                 qCCritical(controlLog, "The typeface %s cannot be used", qUtf8Printable(file));
         }
         return true;

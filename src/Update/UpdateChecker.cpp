@@ -7,9 +7,12 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QLabel>
+#include <QLayout>
+#include <QPlainTextEdit>
 #include <QPushButton>
 
 #include <algorithm>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +22,7 @@ constexpr std::chrono::milliseconds checkInterval = std::chrono::hours(24);
 
 /// In points.
 constexpr QSize iconSize(64, 64);
+constexpr QSize longTextSize(400, 240);
 
 const QString couldNotCheck = u"Couldn’t check for updates"_s;
 
@@ -40,6 +44,34 @@ QList<qint64> numbersOf(const QString& version)
     for (const QString& piece : version.split(u'.', Qt::SkipEmptyParts))
         numbers.append(leadingNumber(piece));
     return numbers;
+}
+
+/// The lines and characters that an alert shows without becoming too large for a small screen.
+constexpr qsizetype mostLines = 12;
+constexpr qsizetype mostCharacters = 600;
+/// Some hundred screens: nobody reads on, and laying out more would hold up the show.
+constexpr qsizetype mostShown = 50'000;
+
+/// Puts a text where an alert has its informative one. What the feed says is text, whatever it
+/// looks like; a long one scrolls, with the buttons staying on the screen.
+void setInformativeText(QMessageBox& box, const QString& text)
+{
+    const bool isShort = text.size() <= mostCharacters && text.count(u'\n') < mostLines;
+    box.setInformativeText(isShort ? text : u" "_s);
+    for (QLabel* label : box.findChildren<QLabel*>())
+        label->setTextFormat(Qt::PlainText);
+    if (isShort)
+        return;
+    auto* view = new QPlainTextEdit(text.size() <= mostShown ? text : text.first(mostShown) + u'…');
+    view->setReadOnly(true);
+    view->setTabChangesFocus(true);
+    view->setFrameShape(QFrame::NoFrame);
+    view->viewport()->setAutoFillBackground(false);
+    view->document()->setDocumentMargin(0);
+    view->setMinimumSize(longTextSize);
+    auto* label = box.findChild<QLabel*>(u"qt_msgbox_informativelabel"_s);
+    const std::unique_ptr<QLayoutItem> item(box.layout()->replaceWidget(label, view));
+    label->hide();
 }
 
 /// For a browser: an address of the web or nothing.
@@ -142,10 +174,7 @@ void UpdateChecker::showAlert(
     box.setIconPixmap(QApplication::windowIcon().pixmap(iconSize));
     box.setWindowTitle(u"Tarrow"_s);
     box.setText(message);
-    box.setInformativeText(informativeText);
-    // What the feed says is text, whatever it looks like.
-    for (QLabel* label : box.findChildren<QLabel*>())
-        label->setTextFormat(Qt::PlainText);
+    setInformativeText(box, informativeText);
     for (const Choice& choice : choices) {
         // Desktops sort buttons by their roles, and leave those of one role as they are.
         const auto* button = box.addButton(choice.title, QMessageBox::ActionRole);

@@ -1,12 +1,6 @@
 #include "helpers/RunningProgram.h"
-#include "helpers/SessionBus.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QLocalServer>
-#include <QScopeGuard>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -21,18 +15,8 @@ namespace {
 const QString settingsKey = u"TarrowSettings.v1"_s;
 const QString cuesKey = u"TarrowCues.v1"_s;
 
-QByteArray runningOrder(const QList<int>& seconds)
-{
-    QJsonArray cues;
-    for (const int duration : seconds) {
-        cues.append(QJsonObject {
-            {u"id"_s, u"6F9619FF-8B86-D011-B42D-00C04FC964F%1"_s.arg(cues.size())},
-            {u"title"_s, u"Cue"_s},
-            {u"seconds"_s, duration},
-        });
-    }
-    return QJsonDocument(cues).toJson(QJsonDocument::Compact);
-}
+const QByteArray runningOrder =
+    R"([{"id":"6F9619FF-8B86-D011-B42D-00C04FC964F0","title":"Cue","seconds":60}])";
 
 } // namespace
 
@@ -42,8 +26,6 @@ class ProgramTest : public QObject {
 
 private Q_SLOTS:
     void obeysDatagrams();
-    void followGoesOnToTheNextCue();
-    void playsTheFinishSound();
     void goesOnWhileTheSoundServerHangs();
     void stopsOnACommandThatIsFatal_data();
     void stopsOnACommandThatIsFatal();
@@ -51,8 +33,6 @@ private Q_SLOTS:
     void endsOnSignals();
     void holdsThePortWithinItsRange_data();
     void holdsThePortWithinItsRange();
-    void keepsTheDisplaysAwakeUntilItEnds();
-    void asksTheFeedOfItsPackage();
     void outlivesTheReaderOfItsLog();
     void startsWithItsStreamsClosed();
 };
@@ -75,67 +55,6 @@ void ProgramTest::obeysDatagrams()
     QCOMPARE(commands,
         (QList<QByteArray> {
             "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause"}));
-}
-
-void ProgramTest::followGoesOnToTheNextCue()
-{
-    RunningProgram program;
-    program.setStored(settingsKey,
-        RunningProgram::settingsDocument({{u"cueFollow"_s, true}, {u"playFinishSound"_s, true}}));
-    program.setStored(cuesKey, runningOrder({60, 0, 1, 1}));
-    QVERIFY(program.start());
-
-    // The second cue counts up and never ends; the third and fourth last a second each. Where
-    // there is no sound, each finish costs a line.
-    program.send("CUE 2");
-    program.send("CUE 3");
-    QVERIFY(program.waitForLog("Tarrow: failed to play finalBuzzer.wav: "));
-    QTRY_COMPARE_WITH_TIMEOUT(program.log().count("Tarrow: failed to play"), 2, 10'000);
-}
-
-void ProgramTest::playsTheFinishSound()
-{
-    const QTemporaryDir folder;
-    const QString address = u"unix:"_s + folder.filePath(u"sound-server"_s);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const QString& name : {u"HOME"_s, u"XDG_RUNTIME_DIR"_s, u"XDG_CONFIG_HOME"_s})
-        environment.insert(name, folder.path());
-    environment.insert(u"PULSE_SERVER"_s, address);
-
-    QProcess server;
-    server.setProcessEnvironment(environment);
-    server.start(u"pulseaudio"_s,
-        {u"-n"_s, u"--daemonize=no"_s, u"--exit-idle-time=-1"_s, u"-L"_s,
-            u"module-null-sink sink_name=silence"_s, u"-L"_s,
-            u"module-native-protocol-unix auth-anonymous=1 socket="_s
-                + folder.filePath(u"sound-server"_s)});
-    const auto endServer = qScopeGuard([&] {
-        server.kill();
-        server.waitForFinished();
-    });
-    QTRY_VERIFY(QFileInfo::exists(folder.filePath(u"sound-server"_s)));
-    QProcess recorder;
-    recorder.setProcessEnvironment(environment);
-    recorder.start(u"parec"_s, {u"-d"_s, u"silence.monitor"_s, u"--latency-msec=50"_s});
-    const auto endRecorder = qScopeGuard([&] {
-        recorder.kill();
-        recorder.waitForFinished();
-    });
-    QTRY_VERIFY2(recorder.bytesAvailable() > 0,
-        (recorder.readAllStandardError() + server.readAllStandardError()).constData());
-
-    RunningProgram program;
-    program.environment().insert(u"PULSE_SERVER"_s, address);
-    program.setStored(
-        settingsKey, RunningProgram::settingsDocument({{u"playFinishSound"_s, true}}));
-    QVERIFY(program.start());
-    program.send("GO 0.01");
-    QByteArray sound;
-    QTRY_VERIFY_WITH_TIMEOUT((sound += recorder.readAll()).count('\0') < sound.size(), 20'000);
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
-    QVERIFY(!program.log().contains("failed to play"));
 }
 
 void ProgramTest::goesOnWhileTheSoundServerHangs()
@@ -178,7 +97,7 @@ void ProgramTest::stopsOnACommandThatIsFatal()
     const QByteArray settings =
         RunningProgram::settingsDocument({{u"amberThresholdSeconds"_s, 120}});
     program.setStored(settingsKey, settings);
-    program.setStored(cuesKey, runningOrder({60, 90}));
+    program.setStored(cuesKey, runningOrder);
     QVERIFY(program.start());
     program.send(datagram);
     QVERIFY(program.waitForEnd());
@@ -187,10 +106,10 @@ void ProgramTest::stopsOnACommandThatIsFatal()
     QVERIFY2(program.log().contains(" is " + named + ","), program.log().constData());
 
     QVERIFY(program.start());
-    program.send("CUE 2");
-    QVERIFY(program.waitForLog("command cue(2)"));
+    program.send("CUE 1");
+    QVERIFY(program.waitForLog("command cue(1)"));
     QCOMPARE(program.stored(settingsKey), settings);
-    QCOMPARE(program.stored(cuesKey), runningOrder({60, 90}));
+    QCOMPARE(program.stored(cuesKey), runningOrder);
 }
 
 void ProgramTest::endsOnSignals_data()
@@ -238,46 +157,6 @@ void ProgramTest::holdsThePortWithinItsRange()
         QCOMPARE(program.port(), *bound);
     program.send("STOPTIME");
     QVERIFY(program.waitForLog("command stop"));
-}
-
-void ProgramTest::keepsTheDisplaysAwakeUntilItEnds()
-{
-    SessionBus bus(SessionBus::Services::screenSaver);
-    RunningProgram program;
-    program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(bus.address()));
-    QVERIFY(program.start());
-    const QStringList inhibitors {u"Tarrow: Tarrow stage timer is running"_s};
-    QTRY_COMPARE(bus.screenSaver().inhibitors, inhibitors);
-    // The identifier is known to the program as soon as it does what was sent after it.
-    program.send("STOPTIME");
-    QVERIFY(program.waitForLog("command stop"));
-    QCOMPARE(bus.screenSaver().released, QList<uint>());
-
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
-    QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
-}
-
-void ProgramTest::asksTheFeedOfItsPackage()
-{
-    const QTemporaryDir folder;
-    QTcpServer feed;
-    QVERIFY(feed.listen(QHostAddress::LocalHost));
-    RunningProgram program;
-    const QString copy = folder.filePath(u"tarrow"_s);
-    QVERIFY(QFile::copy(program.process().program(), copy));
-    QVERIFY(QDir(folder.path()).mkpath(u"share/tarrow"_s));
-    QFile information(folder.filePath(u"share/tarrow/Info.json"_s));
-    QVERIFY(information.open(QIODevice::WriteOnly));
-    information.write(R"({"TRUpdateFeedURL":"http://127.0.0.1:)"
-        + QByteArray::number(feed.serverPort()) + R"(/feed"})");
-    information.close();
-    program.process().setProgram(copy);
-    QVERIFY(program.start());
-    QVERIFY(feed.waitForNewConnection(10'000));
-    QTcpSocket* request = feed.nextPendingConnection();
-    QVERIFY(request->waitForReadyRead(10'000));
-    QVERIFY(request->readAll().startsWith("GET /feed HTTP/1.1"));
 }
 
 void ProgramTest::outlivesTheReaderOfItsLog()

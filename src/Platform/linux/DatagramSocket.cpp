@@ -4,8 +4,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <utility>
-#include <vector>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -52,12 +52,14 @@ struct DatagramSocket::Batch {
     std::array<mmsghdr, batchSize> messages {};
     std::array<iovec, batchSize> vectors {};
     std::array<sockaddr_in6, batchSize> senders {};
-    std::vector<std::byte> bytes = std::vector<std::byte>(batchSize * largestDatagram);
+    /// Not written to before a datagram is: most of it never becomes memory.
+    std::unique_ptr<std::byte[]> bytes =
+        std::make_unique_for_overwrite<std::byte[]>(batchSize * largestDatagram);
 
     Batch()
     {
         for (size_t i = 0; i < batchSize; ++i) {
-            vectors[i] = {bytes.data() + i * largestDatagram, largestDatagram};
+            vectors[i] = {bytes.get() + i * largestDatagram, largestDatagram};
             messages[i].msg_hdr.msg_name = &senders[i];
             messages[i].msg_hdr.msg_iov = &vectors[i];
             messages[i].msg_hdr.msg_iovlen = 1;

@@ -1,6 +1,7 @@
 #include "Views/Components/ConsoleStyle.h"
 
 #include "Support/Fonts.h"
+#include "Views/Components/SymbolIcon.h"
 
 #include <QApplication>
 #include <QPainterPath>
@@ -349,6 +350,16 @@ int ConsoleStyle::pixelMetric(
     default:
         return QProxyStyle::pixelMetric(metric, option, widget);
     }
+}
+
+QIcon ConsoleStyle::standardIcon(
+    StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const
+{
+    // Every menu bar asks for it, for the menus that it has no room for; the base style would load
+    // all image formats to find its own.
+    if (icon == SP_ToolBarHorizontalExtensionButton)
+        return symbolIcon(u"chevron.down"_s);
+    return QProxyStyle::standardIcon(icon, option, widget);
 }
 
 int ConsoleStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,

@@ -39,6 +39,8 @@ public:
         const QSize& contents, const QWidget* widget = nullptr) const override;
     [[nodiscard]] int pixelMetric(PixelMetric metric, const QStyleOption* option = nullptr,
         const QWidget* widget = nullptr) const override;
+    [[nodiscard]] QIcon standardIcon(StandardPixmap icon, const QStyleOption* option = nullptr,
+        const QWidget* widget = nullptr) const override;
     [[nodiscard]] int styleHint(StyleHint hint, const QStyleOption* option = nullptr,
         const QWidget* widget = nullptr, QStyleHintReturn* result = nullptr) const override;
 };
