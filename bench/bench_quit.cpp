@@ -52,9 +52,9 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     XServer server;
     server.plug(u"DUMMY1"_s, u"large"_s, u"1440x0"_s);
-    std::vector<double> times;
-    for (int round = 0; round < rounds; ++round)
-        times.push_back(quitMilliseconds(server));
+    std::vector<double> times(rounds);
+    for (double& time : times)
+        time = quitMilliseconds(server);
     std::printf("quit %.1f %.1f\n", PairTiming::median(times),
         *std::max_element(times.begin(), times.end()));
     return 0;
