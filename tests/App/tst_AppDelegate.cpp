@@ -65,7 +65,7 @@ private Q_SLOTS:
     {
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
         MemoryPreferences preferences;
-        AppDelegate app(preferences);
+        AppDelegate app(preferences, QJsonObject());
         app.settings.udpPort = 0;
         app.settings.webPort = 0;
         app.settings.webRemoteEnabled = true;
