@@ -129,7 +129,7 @@ private Q_SLOTS:
     void hearsEveryAddress()
     {
         Peer local;
-        Peer version6(QHostAddress(QHostAddress::LocalHostIPv6));
+        Peer version6 {QHostAddress(QHostAddress::LocalHostIPv6)};
         if (!version6.isBound())
             QSKIP("The machine has no IPv6");
         Listener listener;
