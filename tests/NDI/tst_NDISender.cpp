@@ -4,7 +4,6 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -79,41 +78,19 @@ private Q_SLOTS:
         (void)calls();
     }
 
-    void looksForTheRuntime_data()
-    {
-        QTest::addColumn<QString>("version6");
-        QTest::addColumn<QString>("version5");
-        QTest::addColumn<QString>("loaded");
-        const auto row = [](const char* name, const char* version6, const char* version5,
-                             const char* loaded) {
-            QTest::newRow(name) << QString::fromLatin1(version6) << QString::fromLatin1(version5)
-                                << QString::fromLatin1(loaded);
-        };
-        row("the newer first", "runtime6", "runtime5", "runtime6");
-        row("older library in the first place", "runtime5", "runtime6", "runtime5");
-        row("the next place", "missing", "runtime5", "runtime5");
-        row("only the second is set", "", "runtime6", "runtime6");
-        // The first library that opens is the only one that is asked.
-        row("no runtime in the library", "other", "runtime6", "");
-    }
     void looksForTheRuntime()
     {
-        QFETCH(const QString, version6);
-        QFETCH(const QString, version5);
-        QFETCH(const QString, loaded);
-        setRuntime("NDI_RUNTIME_DIR_V6", version6);
-        setRuntime("NDI_RUNTIME_DIR_V5", version5);
-        QCOMPARE(NDIBridge().isRuntimeAvailable(), !loaded.isEmpty());
-        const QStringList expected {u"load "_s + loaded, u"initialize"_s, u"destroy"_s};
-        QCOMPARE(calls(), loaded.isEmpty() ? QStringList() : expected);
-    }
-
-    void looksInThePlacesOfTheSystemLast()
-    {
-        const QStringList expected {standIns + u"/runtime6/libndi.so.6"_s,
-            QCoreApplication::applicationDirPath() + u"/../lib/tarrow/libndi.so.6"_s,
-            u"/usr/local/lib/libndi.so.6"_s, u"/usr/lib/libndi.so.6"_s, u"libndi.so.6"_s};
-        QCOMPARE(NDIBridge::runtimeCandidates().filter(u".6"_s), expected);
+        const auto callsWith = [this](const QString& version6, const QString& version5) {
+            (void)calls();
+            setRuntime("NDI_RUNTIME_DIR_V6", version6);
+            setRuntime("NDI_RUNTIME_DIR_V5", version5);
+            return NDIBridge().isRuntimeAvailable() ? calls().join(u", "_s) : u"no runtime"_s;
+        };
+        QCOMPARE(callsWith(u"runtime6"_s, u"runtime5"_s), u"load runtime6, initialize"_s);
+        QCOMPARE(callsWith(u"missing"_s, u"runtime5"_s), u"load runtime5, initialize"_s);
+        QCOMPARE(callsWith({}, u"runtime6"_s), u"load runtime6, initialize"_s);
+        // The first library that opens is the only one that is asked.
+        QCOMPARE(callsWith(u"other"_s, u"runtime6"_s), u"no runtime"_s);
     }
 
     void saysWhatIsMissing_data()
@@ -160,67 +137,51 @@ private Q_SLOTS:
             calls().replaceInStrings(QRegularExpression(u"^frame .*"_s), u"frame"_s), expected);
     }
 
-    void sendsFrames_data()
-    {
-        QTest::addColumn<qint64>("width");
-        QTest::addColumn<qint64>("height");
-        QTest::addColumn<QString>("frame");
-        const auto row = [](const char* name, qint64 width, qint64 height, const QString& size,
-                             const QString& aspect, int stride) {
-            const QString form =
-                u"frame %1 41524742 30000/1000 %2 1 synthesized %3 none 0, ends in 996633FF"_s;
-            QTest::newRow(name) << width << height << form.arg(size, aspect).arg(stride);
-        };
-        row("full HD", 1920, 1080, u"1920x1080"_s, u"1.7778"_s, 7680);
-        row("small", 15, -3, u"16x16"_s, u"1.0000"_s, 64);
-        row("odd", 17, 1001, u"17x1001"_s, u"0.0170"_s, 68);
-        row("as many pixels as before", 32, 64, u"32x64"_s, u"0.5000"_s, 128);
-    }
+    /// A new size holds from the next frame on.
     void sendsFrames()
     {
-        QFETCH(const qint64, width);
-        QFETCH(const qint64, height);
-        QFETCH(const QString, frame);
         Stage stage;
         stage.start();
-        stage.sender.tick();
-        (void)calls();
-        // A new size holds from the next frame on.
-        stage.settings.ndiWidth = width;
-        stage.settings.ndiHeight = height;
-        stage.sender.tick();
-        QCOMPARE(calls(), QStringList {frame});
-        QCOMPARE(stage.sender.paintedFrames(), 2);
-    }
-
-    void stopsAtASizeBeyondCounting_data()
-    {
-        QTest::addColumn<qint64>("width");
-        QTest::addColumn<qint64>("height");
-        QTest::addColumn<bool>("stops");
-        const auto row = [](const char* name, qint64 width, qint64 height, bool stops) {
-            QTest::newRow(name) << width << height << stops;
-        };
-        row("width beyond 32 bits", 4'294'967'296 + 64, 64, true);
-        row("height beyond 32 bits", 64, 4'294'967'296 + 64, true);
-        row("bytes beyond 64 bits", 2'147'483'647, 2'147'483'647, true);
-        row("no such memory", 300'000'000, 2'000'000'000, false);
-        row("beyond the painter", 40'000, 16, false);
-        row("a line beyond 32 bits", 600'000'000, 16, false);
-    }
-    void stopsAtASizeBeyondCounting()
-    {
-        QFETCH(const qint64, width);
-        QFETCH(const qint64, height);
-        QFETCH(const bool, stops);
-        const ChildResult result = runInChild([&] {
-            Stage stage;
-            stage.sender.start();
+        const auto sent = [&](qint64 width, qint64 height) {
+            stage.sender.tick();
+            (void)calls();
             stage.settings.ndiWidth = width;
             stage.settings.ndiHeight = height;
             stage.sender.tick();
-        });
-        QCOMPARE(result.signal != 0, stops);
+            return calls();
+        };
+        const auto frame = [](const QString& size, const QString& aspect, int stride) {
+            const QString form =
+                u"frame %1 41524742 30000/1000 %2 1 synthesized %3 none 0, ends in 996633FF"_s;
+            return QStringList {form.arg(size, aspect).arg(stride)};
+        };
+        // As many pixels as before.
+        QCOMPARE(sent(32, 64), frame(u"32x64"_s, u"0.5000"_s, 128));
+        QCOMPARE(sent(1920, 1080), frame(u"1920x1080"_s, u"1.7778"_s, 7680));
+        QCOMPARE(sent(15, -3), frame(u"16x16"_s, u"1.0000"_s, 64));
+        QCOMPARE(stage.sender.paintedFrames(), 4);
+    }
+
+    void stopsAtASizeBeyondCounting()
+    {
+        const auto stopsAt = [](qint64 width, qint64 height) {
+            const ChildResult result = runInChild([&] {
+                Stage stage;
+                stage.sender.start();
+                stage.settings.ndiWidth = width;
+                stage.settings.ndiHeight = height;
+                stage.sender.tick();
+            });
+            return result.signal != 0;
+        };
+        QVERIFY(stopsAt(4'294'967'296 + 64, 64));
+        QVERIFY(stopsAt(2'147'483'647, 2'147'483'647));
+        // There is no such memory.
+        QVERIFY(!stopsAt(300'000'000, 2'000'000'000));
+        // The painter counts no further than 32767.
+        QVERIFY(!stopsAt(40'000, 16));
+        // A line has more than 2^31 bytes.
+        QVERIFY(!stopsAt(600'000'000, 16));
         QVERIFY(calls().filter(u"frame"_s).isEmpty());
     }
 
@@ -255,25 +216,19 @@ private Q_SLOTS:
         QCOMPARE(paintedIn(10), 10);
     }
 
-    void knowsWhenTheRuntimeTakesFrames_data()
-    {
-        QTest::addColumn<QList<int>>("sentAt");
-        QTest::addColumn<QList<int>>("heldBackFor");
-        QTest::newRow("early") << QList {0, 30, 61, 99} << QList {0, 3, 5, 0};
-        QTest::newRow("a little late") << QList {0, 49, 66, 98} << QList {0, 0, 0, 1};
-        QTest::newRow("so late that the grid begins anew")
-            << QList {0, 51, 66, 99, 134} << QList {0, 0, 18, 18, 16};
-    }
     void knowsWhenTheRuntimeTakesFrames()
     {
-        QFETCH(const QList<int>, sentAt);
-        QFETCH(const QList<int>, heldBackFor);
-        const SendSlots::Instant start(1h);
-        SendSlots slots(33ms);
-        for (qsizetype i = 0; i < sentAt.size(); ++i) {
-            const auto now = start + std::chrono::milliseconds(sentAt[i]);
-            QCOMPARE(slots.take(now) / 1ms, heldBackFor[i]);
-        }
+        const auto heldBackFor = [](const QList<int>& sentAt) {
+            const SendSlots::Instant start(1h);
+            SendSlots slots(33ms);
+            QList<qint64> times;
+            for (const int at : sentAt)
+                times.append(slots.take(start + std::chrono::milliseconds(at)) / 1ms);
+            return times;
+        };
+        QCOMPARE(heldBackFor({0, 30, 61, 99}), (QList<qint64> {0, 3, 5, 0}));
+        // So late that the grid begins anew.
+        QCOMPARE(heldBackFor({0, 51, 66, 99, 134}), (QList<qint64> {0, 0, 18, 18, 16}));
     }
 
     /// A frame out of step begins the runtime's grid anew, which would hold every later one back.
@@ -290,31 +245,6 @@ private Q_SLOTS:
                 inStep = call == u"in step" ? inStep + 1 : 0;
             return inStep >= 4;
         }());
-    }
-
-    /// Points that nobody has come for are one call, and none comes after the stop.
-    void callsOnAGrid()
-    {
-        int calls = 0;
-        GridTimer timer(1ms, [&] { ++calls; });
-        const auto pass = [](int points) {
-            const QDeadlineTimer deadline(points);
-            while (!deadline.hasExpired()) { }
-        };
-        timer.start();
-        QTRY_VERIFY(calls >= 3);
-        calls = 0;
-        pass(50);
-        QCoreApplication::processEvents();
-        QVERIFY(calls > 0 && calls < 25);
-
-        pass(2);
-        timer.stop();
-        timer.shift(-10ms);
-        calls = 0;
-        pass(2);
-        QCoreApplication::processEvents();
-        QCOMPARE(calls, 0);
     }
 };
 

@@ -2,10 +2,6 @@
 
 #include <QTest>
 
-#include <array>
-#include <bit>
-#include <clocale>
-
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -70,8 +66,7 @@ private Q_SLOTS:
                 u"clearmsg | clearMessage", u"RESET | reset", u"NEXT | nextCue",
                 u"PREV | prevCue"});
         addNonCommands("keyword",
-            {u"", u"STOP", u"START 5", u"STARTS", u"START\nPAUSE", u"CLEARMSG all", u"TIME OF DAY",
-                u"+2", u"+ 1", u"+1.0", u"G", u"\"PAUSE\"", u"PAUSE;"});
+            {u"", u"STOP", u"START 5", u"STARTS", u"START\nPAUSE", u"+2", u"G", u"PAUSE;"});
 
         addLines("minutes",
             {u"go 5 | go(minutes: 5.0)", u"GO2.5 | go(minutes: 2.5)", u"Go -3 | go(minutes: -3.0)",
@@ -79,22 +74,16 @@ private Q_SLOTS:
                 u"SET 1e1 | set(minutes: 10.0)", u"SET-.5 | set(minutes: -0.5)"});
         addNonCommands(
             "minutes", {u"GO 5 min", u"GOOD", u"GO GO 5", u"SET", u"SET 5,5", u"SETTER"});
-        for (const QString& prefix : {u"set"_s, u"go"_s}) {
-            addLines("literal",
-                {u"+5 | 5.0", u"007 | 7.0", u".5 | 0.5", u"5. | 5.0", u"-0 | -0.0", u"0.1 | 0.1",
-                    u"-.25E+1 | -2.5", u"0.0001 | 0.0001", u"1e-5 | 1e-05", u"1e5 | 100000.0",
-                    u"1e16 | 1e+16", u"-1.5e300 | -1.5e+300", u"5e-324 | 5e-324", u"1e-999 | 0.0",
-                    u"1e999 | inf", u"-1e999 | -inf", u"0x10 | 16.0", u"0X.8p1 | 1.0",
-                    u"-0x1.8P-1 | -0.75", u"inf | inf", u"+INF | inf", u"-Infinity | -inf",
-                    u"nan | nan", u"+NaN | nan"},
-                prefix + u"(minutes: %1)"_s, prefix);
-            addNonCommands("literal",
-                {u".", u"-", u"+-5", u"--5", u"- 5", u"1e", u"1e+", u"e5", u"1d1", u"5f", u"5-",
-                    u"1 2", u"5,5", u"1_000", u"1.2.3", u"0x", u"0x1p", u"0xg", u"0b1", u"in",
-                    u"infinit", u"nan(1)", u"nan()", u"nano", u"\u0665", u"\uff15", u"5\u00b2",
-                    u"\u22125", u"5\u0301", u"\U0001d7d3"},
-                prefix);
-        }
+        addLines("literal",
+            {u"007 | 7.0", u".5 | 0.5", u"5. | 5.0", u"-0 | -0.0", u"-.25E+1 | -2.5",
+                u"0.0001 | 0.0001", u"1e-5 | 1e-05", u"1e16 | 1e+16", u"5e-324 | 5e-324",
+                u"1e-999 | 0.0", u"-1e999 | -inf", u"0x10 | 16.0", u"-0x1.8P-1 | -0.75",
+                u"inf | inf", u"-Infinity | -inf", u"+NaN | nan"},
+            u"go(minutes: %1)"_s, u"go"_s);
+        addNonCommands("literal",
+            {u".", u"-", u"+-5", u"- 5", u"1e", u"e5", u"5f", u"1 2", u"5,5", u"1.2.3", u"0x",
+                u"0x1p", u"infinit", u"nan(1)", u"\u0665", u"5\u00b2", u"5\u0301"},
+            u"go"_s);
 
         addLines("cue",
             {u"cue 3 | 3", u"CUE+2 | 2", u"CUE 0 | 0", u"CUE -1 | -1", u"CUE -0 | 0",
@@ -102,14 +91,11 @@ private Q_SLOTS:
                 u"CUE -9223372036854775808 | -9223372036854775808"},
             u"cue(%1)"_s);
         addNonCommands("cue",
-            {u"CUE", u"CUE 9223372036854775808", u"CUE -9223372036854775809",
-                u"CUE 100000000000000000000", u"CUE +", u"CUE -", u"CUE +-2", u"CUE -+2",
-                u"CUE ++2", u"CUE --2", u"CUE + 2", u"CUE 2.0", u"CUE 1e1", u"CUE 0x2",
-                u"CUE 1,000", u"CUE 3 4", u"CUE \u0663", u"CUE \uff13"});
+            {u"CUE", u"CUE 9223372036854775808", u"CUE -9223372036854775809", u"CUE +", u"CUE +-2",
+                u"CUE ++2", u"CUE + 2", u"CUE 2.0", u"CUE 0x2", u"CUE 3 4", u"CUE \u0663"});
 
         addMessages("message",
-            {u"msg Doors open | Doors open", u"MSG | ", u"MSG    | ", u"MSGBOX | BOX",
-                u"msgbox | box", u"msg  Hello  World   | Hello  World", u"MSG GO | GO",
+            {u"MSG | ", u"MSGBOX | BOX", u"msg  Hello  World   | Hello  World",
                 u"MSG a\r\nb | a\\r\\nb", u"Msg Straße \u017f | Straße \u017f",
                 u"MSG e\u0301 \u00e9 | e\u0301 \u00e9", u"MSG 日本 \U0001f600 | 日本 \U0001f600",
                 u"MSG say \"go\" \\o/ | say \\\"go\\\" \\\\o/", u"MSG a\tb\nc | a\\tb\\nc",
@@ -130,9 +116,7 @@ private Q_SLOTS:
         addMessages("space inside",
             {u"MSG\u3000a\u00a0 | a", u"MSG \n a | \\n a", u"MSG\r\na | \\r\\na",
                 u"MSG\u2029a | \\u{2029}a"});
-        addNonCommands("space inside",
-            {u"SET\n5", u"GO\t\n5", u"GO\r\n5", u"GO\v5", u"GO \f5", u"GO\u00855", u"GO\u20285",
-                u"CUE\n3", u"PA USE"});
+        addNonCommands("space inside", {u"SET\n5", u"GO\t\n5", u"GO\v5", u"GO\u20285", u"PA USE"});
 
         // The upper-case form of one letter may be two letters, or an ASCII one.
         addLines("upper case",
@@ -143,9 +127,8 @@ private Q_SLOTS:
         addNonCommands("upper case", {u"T\u0130ME", u"\uff27\uff2f 5"});
         // With an accent, or with whatever else joins it, a letter is another one.
         addNonCommands("joined",
-            {u"PAUSE\u0301", u"PAUS\u00c9", u"+1\u0301", u"NEXT\ufe0f", u"SET\u030c 5", u"GO\u0301",
-                u"GO\u0301 5", u"G\u00d3 5", u"GO\u200d5", u"GO\u20e3 5", u"CUE\u0308 3",
-                u"CU\u00cb 3", u"MSG\u0301 x"});
+            {u"PAUSE\u0301", u"PAUS\u00c9", u"NEXT\ufe0f", u"GO\u0301", u"GO\u0301 5", u"G\u00d3 5",
+                u"GO\u200d5", u"CUE\u0308 3"});
         // U+0345 joins the letter before it, and in upper case is a letter of its own.
         addLines("cut", {u"go\u0345 5 | go(minutes: 5.0)"});
         addMessages("cut",
@@ -153,47 +136,13 @@ private Q_SLOTS:
                 u"MSG\U0001f469\u200d\U0001f467 | \U0001f469\u200d\U0001f467"});
 
         addMessages("NUL", {u"MSG a\0b | a\\u{00}b"_s, u"MSG\0 | \\u{00}"_s});
-        addNonCommands("NUL",
-            {u"\0"_s, u"PAUSE\0"_s, u"\0PAUSE"_s, u"GO\0"_s, u"GO\0 5"_s, u"GO \0 5"_s, u"GO 5\0"_s,
-                u"SET nan\0"_s, u"CUE 3\0"_s, u"CUE \0"_s});
+        addNonCommands(
+            "NUL", {u"\0"_s, u"PAUSE\0"_s, u"\0PAUSE"_s, u"GO\0 5"_s, u"GO 5\0"_s, u"CUE 3\0"_s});
     }
     void spells()
     {
         QFETCH(const QString, line);
         QTEST(spelled(line), "expected");
-    }
-
-    void decimalSeparatorIsAPointInEveryLocale()
-    {
-        const QByteArray before = std::setlocale(LC_ALL, nullptr);
-        const auto restore = qScopeGuard([&] { std::setlocale(LC_ALL, before.constData()); });
-        const std::array names {"de_DE.UTF-8", "de_DE", "fr_FR.UTF-8", "es_ES.UTF-8"};
-        if (std::ranges::none_of(names, [](const char* name) {
-                return std::setlocale(LC_ALL, name) && *std::localeconv()->decimal_point == ',';
-            }))
-            QSKIP("No locale with a decimal comma is installed");
-        QCOMPARE(spelled(u"GO 2.5"), u"go(minutes: 2.5)"_s);
-        QCOMPARE(spelled(u"GO 2,5"), u"no command"_s);
-    }
-
-    void describedNumberReadsBackTheSame()
-    {
-        constexpr std::array patterns {
-            0x0000'0000'0000'0001ULL, // the smallest of all
-            0x3f1a'36e2'eb1c'432cULL, // just below 0.0001
-            0x4340'0000'0000'0001ULL, // above 2^53, where there are no odd numbers
-            0x4341'c379'37e0'7fffULL, // just below 1e16
-            0x7fef'ffff'ffff'ffffULL, // the largest
-        };
-        for (const quint64 pattern : patterns) {
-            const Command command {Command::Go {std::bit_cast<double>(pattern)}};
-            QString line = command.description();
-            line.replace(u"(minutes: "_s, u" "_s).chop(1);
-            const std::optional<Command> parsed = Command::parse(line);
-            QVERIFY2(parsed, qPrintable(line));
-            const double minutes = std::get<Command::Go>(parsed->operation).minutes;
-            QVERIFY2(std::bit_cast<quint64>(minutes) == pattern, qPrintable(line));
-        }
     }
 };
 

@@ -2,7 +2,7 @@
 
 #include <QTest>
 
-#include <arpa/inet.h>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -26,7 +26,6 @@ private Q_SLOTS:
         const Address loopback {u"lo"_s, true, true, true, u"127.0.0.1"_s};
         const Address wired {u"eth0"_s, true, true, false, u"198.51.100.5"_s};
         const Address wireless {u"wlan0"_s, true, true, false, u"203.0.113.9"_s};
-        const Address similar {u"en01"_s, true, true, false, u"203.0.113.1"_s};
         const Address en0 {u"en0"_s, true, true, false, u"192.0.2.20"_s};
         const Address wiredDown = with(wired, &Address::isUp, false);
         const Address wirelessIdle = with(wireless, &Address::isRunning, false);
@@ -35,12 +34,9 @@ private Q_SLOTS:
 
         add("nothing", {}, std::nullopt);
         add("none usable", {wiredDown, wirelessIdle, loopback}, std::nullopt);
-        add("en0 first", {en0, wired}, en0.address);
         add("en0 last", {loopback, wired, wireless, en0}, en0.address);
         add("no en0", {loopback, wired, wireless}, wired.address);
-        add("similar name", {wired, similar}, wired.address);
         add("down", {wiredDown, wireless}, wireless.address);
-        add("not running", {wirelessIdle, wired}, wired.address);
         add("en0 down", {wired, en0Down}, wired.address);
         add("en0 is loopback", {en0Loopback, wired}, wired.address);
     }
@@ -52,15 +48,10 @@ private Q_SLOTS:
 
     void readsThisMachine()
     {
-        const QList<InterfaceAddress> addresses = ipv4InterfaceAddresses();
-        bool hasLocalhost = false;
-        for (const InterfaceAddress& address : addresses) {
-            in_addr parsed {};
-            QCOMPARE(inet_pton(AF_INET, address.address.toLatin1().constData(), &parsed), 1);
-            if (parsed.s_addr == htonl(INADDR_LOOPBACK))
-                hasLocalhost = address.isUp && address.isRunning && address.isLoopback;
-        }
-        QVERIFY(hasLocalhost);
+        const auto isLocalhost = [](const InterfaceAddress& each) {
+            return each.address == u"127.0.0.1" && each.isUp && each.isRunning && each.isLoopback;
+        };
+        QVERIFY(std::ranges::any_of(ipv4InterfaceAddresses(), isLocalhost));
         QVERIFY(!LocalIP::address().value_or(QString()).startsWith(u"127."_s));
     }
 };

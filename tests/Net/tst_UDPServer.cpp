@@ -5,10 +5,8 @@
 #include <QTest>
 #include <QUdpSocket>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -36,14 +34,6 @@ public:
     {
         if (m_socket.writeDatagram(datagram, m_socket.localAddress(), port) != datagram.size())
             qFatal("cannot send a datagram: %s", qUtf8Printable(m_socket.errorString()));
-    }
-
-    [[nodiscard]] DatagramPeer asPeer() const
-    {
-        const Q_IPV6ADDR address = m_socket.localAddress().toIPv6Address();
-        DatagramPeer peer {.port = port()};
-        std::ranges::copy(address.c, peer.address.begin());
-        return peer;
     }
 
 private:
@@ -85,22 +75,12 @@ struct Listener {
                 onCommand();
         })
     {
-        server.onStatus = [this](const QString& status) {
-            statuses.append(status);
-            if (onStatus)
-                onStatus();
-        };
-    }
-
-    [[nodiscard]] QList<DatagramPeer> peers() const
-    {
-        return {server.connections().begin(), server.connections().end()};
+        server.onStatus = [this](const QString& status) { statuses.append(status); };
     }
 
     QStringList received;
     QStringList statuses;
     std::function<void()> onCommand;
-    std::function<void()> onStatus;
     UDPServer server;
 };
 
@@ -110,20 +90,6 @@ class UDPServerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsWhenItIsReady()
-    {
-        const quint16 port = freePort();
-        Listener listener(port);
-        QVERIFY(!listener.server.isListening());
-        QCOMPARE(socketsOn(port).size(), 0);
-        const QString line = u"UDP listening on port %1"_s.arg(port);
-        QTest::ignoreMessage(QtInfoMsg, qPrintable(line));
-        listener.server.start();
-        QVERIFY(listener.server.isListening());
-        QCOMPARE(listener.server.boundPort(), port);
-        QCOMPARE(listener.statuses, QStringList(u"UDP listening on %1"_s.arg(port)));
-    }
-
     void datagrams_data()
     {
         QTest::addColumn<QByteArray>("datagram");
@@ -132,21 +98,12 @@ private Q_SLOTS:
                              const QString& received = {}) {
             QTest::newRow(name) << datagram << received;
         };
-        add("command", "GO 5", u"go(minutes: 5.0)"_s);
-        add("CR LF", "STOPTIME\r\n", u"stop"_s);
         add("UTF-8", "msg \xc3\x9f \xf0\x9f\x98\x80", u"message(\"\u00df \U0001f600\")"_s);
-        add("line break inside", "MSG a\nSTART", u"message(\"a\\nSTART\")"_s);
         add("NUL inside", QByteArray("MSG a\0b", 7), u"message(\"a\\u{00}b\")"_s);
         add("the longest", "MSG " + QByteArray(65'503, 'x'),
             u"message(\"%1\")"_s.arg(QString(65'503, u'x')));
         add("empty", "");
-        add("blank", " \r\n");
-        add("no command", "HELLO");
-        add("two lines", "START\nPAUSE");
-        add("semicolon", "START;PAUSE");
-        add("NUL at the end", QByteArray("PAUSE\0", 6));
         add("not UTF-8", "\xff\xfe");
-        add("Latin-1", "MSG \xdf");
         add("half a character", "MSG \xc3");
         add("overlong character", "MSG \xc0\x80");
         add("surrogate", "MSG \xed\xa0\x80");
@@ -165,52 +122,23 @@ private Q_SLOTS:
         QStringList expected {received, u"nextCue"_s};
         expected.removeAll(QString());
         QTRY_COMPARE(listener.received, expected);
-        QCOMPARE(listener.peers(), QList {sender.asPeer()});
+        QCOMPARE(listener.server.connections().size(), 1);
         QVERIFY(listener.server.isListening());
     }
 
-    void keepsOneFlowPerPeer_data()
+    void hearsEveryAddress()
     {
-        QTest::addColumn<QHostAddress>("host");
-        QTest::newRow("IPv4") << QHostAddress(u"127.0.0.2"_s);
-        QTest::newRow("IPv6") << QHostAddress(QHostAddress::LocalHostIPv6);
-    }
-    void keepsOneFlowPerPeer()
-    {
-        QFETCH(const QHostAddress, host);
-        if (!Peer(host).isBound())
-            QSKIP("The machine does not have this loopback address");
+        Peer local;
+        Peer version6 {QHostAddress(QHostAddress::LocalHostIPv6)};
+        if (!version6.isBound())
+            QSKIP("The machine has no IPv6");
         Listener listener;
         listener.server.start();
-        const quint16 port = listener.server.boundPort();
-        Peer first;
-        Peer otherPort;
-        Peer otherAddress(host, first.port());
-        QVERIFY(first.isBound() && otherPort.isBound() && otherAddress.isBound());
-        otherPort.send(port, "\xff");
-        first.send(port, "");
-        otherAddress.send(port, "GO 5");
-        otherAddress.send(port, "+1");
-        first.send(port, "PAUSE");
-        otherPort.send(port, "NEXT");
-        QTRY_COMPARE(listener.received,
-            QStringList({u"go(minutes: 5.0)"_s, u"addMinute"_s, u"pause"_s, u"nextCue"_s}));
-        QCOMPARE(
-            listener.peers(), QList({otherPort.asPeer(), first.asPeer(), otherAddress.asPeer()}));
-    }
-
-    void burstArrivesInOrder()
-    {
-        Peer sender;
-        Listener listener;
-        listener.server.start();
-        QStringList sent;
-        for (int i = 0; i < 500; ++i) {
-            sender.send(listener.server.boundPort(), "CUE " + QByteArray::number(i));
-            sent.append(u"cue(%1)"_s.arg(i));
-        }
-        QTRY_COMPARE(listener.received.size(), sent.size());
-        QCOMPARE(listener.received, sent);
+        version6.send(listener.server.boundPort(), "GO");
+        local.send(listener.server.boundPort(), "PAUSE");
+        version6.send(listener.server.boundPort(), "NEXT");
+        QTRY_COMPARE(listener.received, QStringList({u"start"_s, u"pause"_s, u"nextCue"_s}));
+        QCOMPARE(listener.server.connections().size(), 2);
     }
 
     void secondStartReplacesTheFirst()
@@ -221,9 +149,8 @@ private Q_SLOTS:
         Peer().send(port, "START");
         QTRY_COMPARE(listener.received.size(), 1);
         listener.server.start();
-        QVERIFY(listener.server.isListening());
         QCOMPARE(socketsOn(port).size(), 1);
-        QVERIFY(listener.peers().isEmpty());
+        QCOMPARE(listener.server.connections().size(), 0);
         const QString ready = u"UDP listening on %1"_s.arg(port);
         QCOMPARE(listener.statuses, QStringList({ready, ready}));
         Peer().send(port, "NEXT");
@@ -237,70 +164,37 @@ private Q_SLOTS:
         const quint16 port = listener.server.boundPort();
         Peer sender;
         sender.send(port, "START");
-        QTRY_COMPARE(listener.peers().size(), 1);
+        QTRY_COMPARE(listener.server.connections().size(), 1);
         listener.statuses.clear();
         sender.send(port, "PAUSE"); // has not been read when the server stops
         listener.server.stop();
         QVERIFY(!listener.server.isListening());
-        QVERIFY(listener.peers().isEmpty());
-        QCOMPARE(listener.server.boundPort(), 0);
+        QCOMPARE(listener.server.connections().size(), 0);
         QCOMPARE(socketsOn(port).size(), 0);
         QCOMPARE(listener.statuses, QStringList());
-        listener.server.stop();
         listener.server.start();
         sender.send(listener.server.boundPort(), "NEXT");
         QTRY_COMPARE(listener.received, QStringList({u"start"_s, u"nextCue"_s}));
     }
 
-    void handlerMayStopDuringABurst_data()
-    {
-        QTest::addColumn<bool>("restarts");
-        QTest::newRow("stop") << false;
-        QTest::newRow("stop and start") << true;
-    }
     void handlerMayStopDuringABurst()
     {
-        QFETCH(const bool, restarts);
         Listener listener;
         listener.server.start();
         Peer sender;
         for (int i = 0; i < 100; ++i)
             sender.send(listener.server.boundPort(), "CUE " + QByteArray::number(i));
         listener.onCommand = [&] {
-            if (listener.received.size() != 3)
-                return;
-            listener.server.stop();
-            if (restarts)
-                listener.server.start();
+            if (listener.received.size() == 3)
+                listener.server.stop();
         };
         QTRY_COMPARE(listener.received.size(), 3);
-        QCOMPARE(listener.server.isListening(), restarts);
-        QVERIFY(listener.peers().isEmpty());
-        if (!restarts)
-            listener.server.start();
+        QCOMPARE(listener.server.connections().size(), 0);
+        listener.server.start();
         sender.send(listener.server.boundPort(), "NEXT");
         QTRY_COMPARE(
             listener.received, QStringList({u"cue(0)"_s, u"cue(1)"_s, u"cue(2)"_s, u"nextCue"_s}));
-        QCOMPARE(listener.peers(), QList {sender.asPeer()});
-    }
-
-    void portInUse()
-    {
-        auto blocker = std::make_unique<Peer>();
-        const quint16 port = blocker->port();
-        Listener listener(port);
-        listener.server.start();
-        QCOMPARE(
-            listener.statuses, QStringList(u"UDP %1: %2"_s.arg(port).arg(systemError(EADDRINUSE))));
-        QVERIFY(!listener.server.isListening());
-        QCOMPARE(listener.server.boundPort(), 0);
-
-        listener.server.onStatus = nullptr;
-        listener.server.start();
-        QVERIFY(!listener.server.isListening());
-        blocker.reset();
-        listener.server.start();
-        QVERIFY(listener.server.isListening());
+        QCOMPARE(listener.server.connections().size(), 1);
     }
 
     void sharesThePortWithThoseWhoShare()
@@ -312,53 +206,28 @@ private Q_SLOTS:
         QTRY_COMPARE(listener.received, QStringList(u"pause"_s));
     }
 
-    /// A free port is one that nobody else has: of two who share, one would hear nothing.
-    void sharesNoPortThatTheSystemChose()
-    {
-        Listener listener;
-        listener.server.start();
-        const quint16 port = listener.server.boundPort();
-        QVERIFY(port != 0);
-        const Peer other(QHostAddress::LocalHost, port, QUdpSocket::ReuseAddressHint);
-        QVERIFY(!other.isBound());
-    }
-
-    void finalReceiveError_data()
-    {
-        QTest::addColumn<bool>("restarts");
-        QTest::newRow("left alone") << false;
-        QTest::newRow("started again from the status callback") << true;
-    }
     void finalReceiveError()
     {
-        QFETCH(const bool, restarts);
         const quint16 port = freePort();
         Listener listener(port);
         listener.server.start();
         const QList<int> sockets = socketsOn(port);
         QCOMPARE(sockets.size(), 1);
         listener.statuses.clear();
-        listener.onStatus = [&] {
-            if (restarts && listener.statuses.size() == 1)
-                listener.server.start();
-        };
 
         // What takes the descriptor's place is no socket, and readable at all times.
         const int replacement = open("/dev/null", O_RDONLY | O_CLOEXEC);
         QCOMPARE(dup3(replacement, sockets.front(), O_CLOEXEC), sockets.front());
         close(replacement);
         const QString failure = u"UDP %1 failed: %2"_s.arg(port).arg(systemError(ENOTSOCK));
-        QTRY_VERIFY(!listener.statuses.isEmpty());
-        QCOMPARE(listener.statuses.front(), failure);
-        QCOMPARE(listener.server.isListening(), restarts);
+        QTRY_COMPARE(listener.statuses, QStringList(failure));
+        QVERIFY(!listener.server.isListening());
 
         // Were the descriptor still watched, there would be no end of events.
         int events = 0;
         while (QEventLoop().processEvents(QEventLoop::AllEvents))
             QVERIFY(++events < 1000);
-        QCOMPARE(listener.statuses.size(), restarts ? 2 : 1);
-        if (!restarts)
-            listener.server.start();
+        listener.server.start();
         Peer().send(port, "NEXT");
         QTRY_COMPARE(listener.received, QStringList(u"nextCue"_s));
     }

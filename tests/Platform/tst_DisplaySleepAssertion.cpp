@@ -3,7 +3,6 @@
 #include "helpers/CapturedLog.h"
 #include "helpers/SessionBus.h"
 
-#include <QEventLoop>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QTest>
@@ -26,23 +25,6 @@ private Q_SLOTS:
     {
         m_assertion.reset();
         m_log.reset();
-    }
-
-    void isTakenAndGivenBack()
-    {
-        SessionBus bus(SessionBus::Services::screenSaver);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address());
-
-        take();
-        QTRY_COMPARE(m_taken, QList<quint32> {FakeScreenSaver::cookie});
-        QCOMPARE(bus.screenSaver().inhibitors, QStringList {u"Tarrow: a test runs"_s});
-        QCOMPARE(bus.screenSaver().released, QList<uint>());
-
-        // No turn of the event loop is left to the process that quits.
-        m_assertion->release(FakeScreenSaver::cookie);
-        m_assertion.reset();
-        QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
-        QCOMPARE(m_logLines, QStringList());
     }
 
     void costsOneLineWithoutAService_data()
@@ -88,20 +70,6 @@ private Q_SLOTS:
         m_assertion->release(1);
         m_assertion.reset();
         QCOMPARE(m_taken, QList<quint32>());
-    }
-
-    void outlivesItsBus()
-    {
-        SessionBus bus(SessionBus::Services::screenSaver);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address());
-        take();
-        QTRY_COMPARE(m_taken.size(), 1);
-
-        bus.kill();
-        // A loop that kept waking for the dead descriptor would never come to rest.
-        QTRY_VERIFY(!QEventLoop().processEvents(QEventLoop::AllEvents));
-        m_assertion->release(FakeScreenSaver::cookie);
-        QCOMPARE_LE(m_logLines.size(), 1);
     }
 
 private:

@@ -70,245 +70,177 @@ class StreamDeckHIDTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void tellsOfKeys_data();
-    void tellsOfKeys();
-    void givesRoomForReports();
-    void drivesOneDeckAtATime();
-    void explainsWhyItCannotOpen_data();
-    void explainsWhyItCannotOpen();
-    void startsAnewWhatTheSystemRefused();
-    void clampsTheBrightness();
-    void writesTheLastOfEverythingInOrder();
-    void writesNothingWithoutADeck();
-    void closesTheDeckWithoutAWord();
-    void stopsWhileADeckIsBeingOpened();
-    void keepsADeckOpenWhileItIsWrittenTo();
-};
+    void tellsOfKeys_data()
+    {
+        QTest::addColumn<int>("productID");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QStringList>("told");
 
-void StreamDeckHIDTest::tellsOfKeys_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QStringList>("told");
-
-    const auto row = [](const char* name, int productID, const QByteArray& bytes,
-                         const QStringList& told) {
-        QTest::newRow(name) << productID << bytes << told;
-    };
-    row("counted from the right, first row", original, report(original, {4}), {u"0 down"_s});
-    row("counted from the right, second row", original, report(original, {5}), {u"9 down"_s});
-    row("last of six keys", mini, report(mini, {5}), {u"5 down"_s});
-    row("two of 32 keys", xl, report(xl, {0, 31}), {u"0 down"_s, u"31 down"_s});
-    row("header bytes mean nothing without dials", xl, report(xl, {1}, 3), {u"1 down"_s});
-    row("with dials", plus, report(plus, {7}), {u"7 down"_s});
-    row("longer than needed", plus, report(plus, {2}) + QByteArray(500, '\1'), {u"2 down"_s});
-    row("a dial", plus, report(plus, {0}, 3), {});
-    row("a key short, one byte of header", mini, report(mini, {0}).chopped(1), {});
-    row("a key short, four bytes of header", xl, report(xl, {0}).chopped(1), {});
-    row("nothing", plus, {}, {});
-}
-
-/// The same report again tells nothing; without a key that is down it tells that they are up.
-void StreamDeckHIDTest::tellsOfKeys()
-{
-    QFETCH(const int, productID);
-    QFETCH(const QByteArray, bytes);
-    QFETCH(const QStringList, told);
-
-    Rig rig;
-    rig.start(productID);
-    rig.told();
-    rig.fake.report(bytes);
-    QCOMPARE(rig.told(), told);
-    rig.fake.report(bytes);
-    QCOMPARE(rig.told(), QStringList());
-    rig.fake.report(report(productID, {}));
-    QCOMPARE(rig.told(), QStringList(told).replaceInStrings(u"down"_s, u"up"_s));
-}
-
-void StreamDeckHIDTest::givesRoomForReports()
-{
-    using Said = std::optional<qint64>;
-    for (const auto& [said, room] :
-        {std::pair(Said(), 64), std::pair(Said(512), 512), std::pair(Said(8), 4 + 32 + 4)}) {
-        Rig rig;
-        rig.fake.maxInputReportSize = said;
-        rig.start(xl);
-        QCOMPARE(rig.fake.device()->bufferLength, room);
+        const auto row = [](const char* name, int productID, const QByteArray& bytes,
+                             const QStringList& told) {
+            QTest::newRow(name) << productID << bytes << told;
+        };
+        row("counted from the right, second row", original, report(original, {5}), {u"9 down"_s});
+        row("two of 32 keys", xl, report(xl, {0, 31}), {u"0 down"_s, u"31 down"_s});
+        row("header bytes mean nothing without dials", xl, report(xl, {1}, 3), {u"1 down"_s});
+        row("longer than needed", plus, report(plus, {2}) + QByteArray(500, '\1'), {u"2 down"_s});
+        row("a dial", plus, report(plus, {0}, 3), {});
+        row("a key short, one byte of header", mini, report(mini, {0}).chopped(1), {});
+        row("a key short, four bytes of header", xl, report(xl, {0}).chopped(1), {});
     }
-}
+    /// The same report again tells nothing; without a key that is down it tells that they are up.
+    void tellsOfKeys()
+    {
+        QFETCH(const int, productID);
+        QFETCH(const QByteArray, bytes);
+        QFETCH(const QStringList, told);
 
-void StreamDeckHIDTest::drivesOneDeckAtATime()
-{
-    Rig rig;
-    rig.fake.setAttached({deck(xl, "one"), deck(mini, "two")});
-    rig.hid.start();
-    rig.fake.settle();
-    QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
+        Rig rig;
+        rig.start(productID);
+        rig.told();
+        rig.fake.report(bytes);
+        QCOMPARE(rig.told(), told);
+        rig.fake.report(bytes);
+        QCOMPARE(rig.told(), QStringList());
+        rig.fake.report(report(productID, {}));
+        QCOMPARE(rig.told(), QStringList(told).replaceInStrings(u"down"_s, u"up"_s));
+    }
 
-    rig.fake.detach("two");
-    rig.fake.attach(deck(plus, "three"));
-    rig.hid.rescan();
-    rig.fake.settle();
-    QCOMPARE(rig.told(), QStringList());
-    QCOMPARE(rig.hid.model()->productID, xl);
+    void givesRoomForReports()
+    {
+        using Said = std::optional<qint64>;
+        for (const auto& [said, room] :
+            {std::pair(Said(), 64), std::pair(Said(512), 512), std::pair(Said(8), 4 + 32 + 4)}) {
+            Rig rig;
+            rig.fake.maxInputReportSize = said;
+            rig.start(xl);
+            QCOMPARE(rig.fake.device()->bufferLength, room);
+        }
+    }
 
-    rig.fake.detach("one");
-    QCOMPARE(rig.told(), QStringList {u"gone"_s});
-    QVERIFY(!rig.hid.model());
-    rig.hid.rescan();
-    rig.fake.settle();
-    QCOMPARE(rig.told(), QStringList {u"+ Stream Deck +"_s});
-}
+    void drivesOneDeckAtATime()
+    {
+        Rig rig;
+        rig.fake.setAttached({deck(xl, "one"), deck(mini, "two")});
+        rig.hid.start();
+        rig.fake.settle();
+        QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
 
-void StreamDeckHIDTest::explainsWhyItCannotOpen_data()
-{
-    QTest::addColumn<int>("error");
-    QTest::addColumn<QString>("message");
+        rig.hid.rescan();
+        rig.fake.settle();
+        QCOMPARE(rig.told(), QStringList());
+        rig.fake.detach("one");
+        QCOMPARE(rig.told(), QStringList {u"gone"_s});
+        rig.hid.rescan();
+        rig.fake.settle();
+        QCOMPARE(rig.told(), QStringList {u"+ Stream Deck Mini"_s});
+    }
 
-    const QString notPermitted =
-        u"macOS blocked Stream Deck access — grant Tarrow under System Settings ▸ Privacy & "
-        "Security ▸ Input Monitoring, then Rescan."_s;
-    QTest::newRow("EACCES") << EACCES << notPermitted;
-    QTest::newRow("EPERM") << EPERM << notPermitted;
-    QTest::newRow("EBUSY") << EBUSY
-                           << u"The Stream Deck is in use by another app — fully quit the Elgato "
-                              "Stream Deck software (its menu-bar helper too), then Rescan."_s;
-    QTest::newRow("ENODEV") << ENODEV << u"Couldn't open the Stream Deck (IOKit 0x00000013)."_s;
-    QTest::newRow("ENOTUNIQ") << ENOTUNIQ << u"Couldn't open the Stream Deck (IOKit 0x0000004C)."_s;
-}
+    void explainsWhyItCannotOpen()
+    {
+        const QString notPermitted =
+            u"macOS blocked Stream Deck access — grant Tarrow under System Settings ▸ Privacy & "
+            "Security ▸ Input Monitoring, then Rescan."_s;
+        const QString inUse =
+            u"The Stream Deck is in use by another app — fully quit the Elgato Stream Deck "
+            "software (its menu-bar helper too), then Rescan."_s;
+        for (const auto& [error, message] :
+            {std::pair(EACCES, notPermitted), std::pair(EBUSY, inUse)}) {
+            Rig rig;
+            rig.fake.deviceOpenError = error;
+            QTest::ignoreMessage(
+                QtCriticalMsg, QRegularExpression(u"Stream Deck: cannot open /dev/one: "_s));
+            rig.start(xl);
+            QCOMPARE(rig.told(), QStringList {message});
+            QVERIFY(!rig.hid.model());
+        }
+    }
 
-void StreamDeckHIDTest::explainsWhyItCannotOpen()
-{
-    QFETCH(const int, error);
-    QFETCH(const QString, message);
+    void startsAnewWhatTheSystemRefused()
+    {
+        Rig rig;
+        rig.fake.setAttached({deck(xl)});
+        rig.fake.openError = EMFILE;
+        rig.fake.endsAtOnce = true;
+        QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open the list"_s));
+        rig.hid.start();
+        QStringList told;
+        const QString message = u"Couldn't open the Stream Deck (IOKit 0x00000018)."_s;
+        QTRY_COMPARE(told += rig.told(), QStringList {message});
+        rig.fake.openError = 0;
+        rig.fake.endsAtOnce = false;
+        // The thread may still be about to end.
+        QTRY_VERIFY((rig.hid.rescan(), rig.hid.model()));
+    }
 
-    Rig ofADeck;
-    ofADeck.fake.deviceOpenError = error;
-    QTest::ignoreMessage(
-        QtCriticalMsg, QRegularExpression(u"Stream Deck: cannot open /dev/one: "_s));
-    ofADeck.start(xl);
-    QCOMPARE(ofADeck.told(), QStringList {message});
-    QVERIFY(!ofADeck.hid.model());
-
-    Rig ofAll;
-    ofAll.fake.openError = error;
-    QTest::ignoreMessage(
-        QtCriticalMsg, QRegularExpression(u"Stream Deck: cannot open the list of devices: "_s));
-    ofAll.hid.start();
-    ofAll.fake.settle();
-    QCOMPARE(ofAll.told(), QStringList {message});
-}
-
-void StreamDeckHIDTest::startsAnewWhatTheSystemRefused()
-{
-    Rig rig;
-    rig.fake.setAttached({deck(xl)});
-    rig.fake.openError = EMFILE;
-    rig.fake.endsAtOnce = true;
-    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open the list"_s));
-    rig.hid.start();
-    QStringList told;
-    QTRY_COMPARE((told += rig.told()).size(), 1);
-    rig.fake.openError = 0;
-    rig.fake.endsAtOnce = false;
-    // The thread may still be about to end.
-    QTRY_VERIFY((rig.hid.rescan(), rig.hid.model()));
-}
-
-void StreamDeckHIDTest::clampsTheBrightness()
-{
-    for (const auto& [asked, sent] : {std::pair(150, '\x64'), std::pair(-3, '\0')}) {
+    /// However long a deck takes nothing, no more waits for it than it can show.
+    void writesTheLastOfEverythingInOrder()
+    {
         Rig rig;
         rig.start(xl);
-        rig.hid.setBrightness(asked);
+        const auto device = rig.fake.device();
+        device->writable.acquire(device->writable.available());
+        rig.hid.sendKeyPackets(0, {"begun", QByteArray(), "to be ended"});
+        QTRY_COMPARE(device->writesBegun.available(), 1);
+        for (const QByteArray& second : {QByteArray("1"), QByteArray("2"), QByteArray("3")}) {
+            rig.hid.setBrightness(second.toInt());
+            rig.hid.sendKeyPackets(1, {"one at " + second});
+            rig.hid.reset();
+            rig.hid.sendKeyPackets(0, {"zero at " + second, "and more"});
+        }
+        rig.hid.sendKeyPackets(1, {"one at the end"});
+        device->writable.release(1000);
         rig.hid.flushWrites();
+        const QByteArray brightness = "feature\x03\x08\x03" + QByteArray(29, '\0');
+        const QByteArray reset = "feature\x03\x02" + QByteArray(30, '\0');
         QCOMPARE(rig.fake.written(),
-            QList {"feature\x03\x08" + QByteArray(1, sent) + QByteArray(29, '\0')});
+            (QList<QByteArray> {"begun", "to be ended", brightness, reset, "zero at 3", "and more",
+                "one at the end"}));
     }
-}
 
-/// However long a deck takes nothing, no more waits for it than it can show.
-void StreamDeckHIDTest::writesTheLastOfEverythingInOrder()
-{
-    Rig rig;
-    rig.start(xl);
-    const auto device = rig.fake.device();
-    device->writable.acquire(device->writable.available());
-    rig.hid.sendKeyPackets(0, {"begun", QByteArray(), "to be ended"});
-    QTRY_COMPARE(device->writesBegun.available(), 1);
-    for (const QByteArray& second : {QByteArray("1"), QByteArray("2"), QByteArray("3")}) {
-        rig.hid.setBrightness(second.toInt());
-        rig.hid.sendKeyPackets(1, {"one at " + second});
+    void writesNothingWithoutADeck()
+    {
+        Rig rig;
+        rig.hid.sendKeyPackets(0, {"never started"});
+        rig.hid.flushWrites();
+        rig.start(xl);
+        rig.fake.detach("one");
+        rig.hid.setBrightness(50);
         rig.hid.reset();
-        rig.hid.sendKeyPackets(0, {"zero at " + second, "and more"});
+        rig.hid.sendKeyPackets(0, {"gone"});
+        rig.hid.flushWrites();
+        QCOMPARE(rig.fake.written(), QList<QByteArray>());
     }
-    rig.hid.sendKeyPackets(1, {"one at the end"});
-    device->writable.release(1000);
-    rig.hid.flushWrites();
-    const QByteArray brightness = "feature\x03\x08\x03" + QByteArray(29, '\0');
-    const QByteArray reset = "feature\x03\x02" + QByteArray(30, '\0');
-    QCOMPARE(rig.fake.written(),
-        (QList<QByteArray> {
-            "begun", "to be ended", brightness, reset, "zero at 3", "and more", "one at the end"}));
-}
 
-void StreamDeckHIDTest::writesNothingWithoutADeck()
-{
-    Rig rig;
-    rig.hid.sendKeyPackets(0, {"never started"});
-    rig.hid.flushWrites();
-    rig.start(xl);
-    rig.fake.detach("one");
-    rig.hid.setBrightness(50);
-    rig.hid.reset();
-    rig.hid.sendKeyPackets(0, {"gone"});
-    rig.hid.flushWrites();
-    QCOMPARE(rig.fake.written(), QList<QByteArray>());
-}
+    void stopsWhileADeckIsBeingOpened()
+    {
+        Rig rig;
+        rig.fake.setAttached({deck(xl)});
+        rig.fake.openable.acquire(rig.fake.openable.available());
+        rig.hid.start();
+        rig.fake.openings.acquire();
+        rig.hid.stop();
+        rig.fake.openable.release(10);
+        // The thread that was held up now lets go of the deck that it has opened.
+        QTRY_VERIFY(rig.fake.device() && !rig.fake.device()->isOpen);
+        QCOMPARE(rig.told(), QStringList());
+    }
 
-void StreamDeckHIDTest::closesTheDeckWithoutAWord()
-{
-    Rig rig;
-    rig.start(xl);
-    rig.told();
-    rig.hid.stop();
-    QVERIFY(!rig.fake.device()->isOpen);
-    QVERIFY(!rig.hid.model());
-    QCOMPARE(rig.told(), QStringList());
-    rig.hid.start();
-    rig.fake.settle();
-    QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
-}
-
-void StreamDeckHIDTest::stopsWhileADeckIsBeingOpened()
-{
-    Rig rig;
-    rig.fake.setAttached({deck(xl)});
-    rig.fake.openable.acquire(rig.fake.openable.available());
-    rig.hid.start();
-    rig.fake.openings.acquire();
-    rig.hid.stop();
-    rig.fake.openable.release(10);
-    // The thread that was held up now lets go of the deck that it has opened.
-    QTRY_VERIFY(rig.fake.device() && !rig.fake.device()->isOpen);
-    QCOMPARE(rig.told(), QStringList());
-}
-
-void StreamDeckHIDTest::keepsADeckOpenWhileItIsWrittenTo()
-{
-    Rig rig;
-    rig.start(xl);
-    const auto device = rig.fake.device();
-    device->writable.acquire(device->writable.available());
-    rig.hid.sendKeyPackets(0, {"first", "second"});
-    rig.fake.detach("one");
-    QVERIFY(device->isOpen);
-    device->writable.release(2);
-    rig.hid.flushWrites();
-    QCOMPARE(rig.fake.written(), (QList<QByteArray> {"first", "second"}));
-    QTRY_VERIFY(!device->isOpen);
-}
+    void keepsADeckOpenWhileItIsWrittenTo()
+    {
+        Rig rig;
+        rig.start(xl);
+        const auto device = rig.fake.device();
+        device->writable.acquire(device->writable.available());
+        rig.hid.sendKeyPackets(0, {"first", "second"});
+        rig.fake.detach("one");
+        QVERIFY(device->isOpen);
+        device->writable.release(2);
+        rig.hid.flushWrites();
+        QCOMPARE(rig.fake.written(), (QList<QByteArray> {"first", "second"}));
+        QTRY_VERIFY(!device->isOpen);
+    }
+};
 
 QTEST_GUILESS_MAIN(StreamDeckHIDTest)
 #include "tst_StreamDeckHID.moc"

@@ -84,218 +84,171 @@ class StreamDeckManagerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void remembersItsSettings();
-    void clampsTheBrightness();
-    void paintsADeckThatConnects();
-    void actsOnKeys_data();
-    void actsOnKeys();
-    void stepsThroughTheRunningOrder();
-    void goesAwayWithTheDeck();
-    void sendsADeckNothingThatWasMeantForAnother();
-    void switchesOffWithoutAWord();
-    void rescanSwitchesOn();
-    void clearsTheMessageBeforeItLooksAgain();
+    void remembersItsSettings()
+    {
+        const Rig fresh(Stored {});
+        QVERIFY(!fresh.manager->enabled);
+        QCOMPARE(fresh.manager->brightness.value(), 70);
+        // Nobody clamps what is stored; a deck is sent what it can do.
+        Rig used({{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"900"_s}});
+        QVERIFY(used.manager->enabled);
+        QCOMPARE(used.manager->brightness.value(), 900);
+        QCOMPARE(used.preferences.writes, 0);
+        QCOMPARE(used.connect(xl).constFirst().first(10), "feature\x03\x08\x64");
+        used.manager->setBrightness(2);
+        QCOMPARE(used.manager->brightness.value(), 5);
+        QCOMPARE(used.preferences.texts.value(u"sd.brightness"_s), u"5"_s);
+        QCOMPARE(used.takeWritten().constLast().first(10), "feature\x03\x08\x05");
+    }
+
+    /// Which pictures they are: on the first key, as the device counts, is the last one of the row.
+    void paintsADeckThatConnects()
+    {
+        Rig rig;
+        const QList<QByteArray> written = rig.connect(original);
+        const StreamDeckModel model = *StreamDeckModel::model(original);
+        QCOMPARE(rig.manager->connectedModelName.value(), std::optional(model.name));
+        const StreamDeckState state = StreamDeckState::of(rig.engine, rig.settings, rig.cues);
+        QList<QByteArray> pictures;
+        for (int key = 0; key < model.keyCount; ++key) {
+            const QImage picture = StreamDeckImage::render(
+                ::face(defaultRoles(model).at(key), state), model.keyPixels);
+            pictures += StreamDeckImage::packets(
+                *StreamDeckImage::encode(picture, model), key / 5 * 5 + 4 - key % 5, model);
+        }
+        // Behind brightness and reset.
+        QCOMPARE(written.mid(2), pictures);
+    }
+
+    void actsOnKeys_data()
+    {
+        QTest::addColumn<int>("productID");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<Prepare>("prepare");
+        QTest::addColumn<Holds>("holds");
+
+        const auto row = [](const char* name, int productID, int key, Prepare prepare,
+                             Holds holds) {
+            QTest::newRow(name) << productID << key << prepare << holds;
+        };
+        const Prepare nothing = [](Rig&) {};
+        const Prepare running = [](Rig& rig) {
+            rig.engine.setSeconds = 300;
+            rig.engine.start(TimerEngine::RunOrigin::cue);
+        };
+        row("go", xl, 1, running, [](Rig& rig) {
+            return rig.engine.phase == Phase::running && !rig.engine.currentRunFromCue
+                && rig.engine.remaining() == 300;
+        });
+        row("pause", xl, 2, running, [](Rig& rig) { return rig.engine.phase == Phase::paused; });
+        row("subtract a minute", xl, 3, running,
+            [](Rig& rig) { return rig.engine.remaining() == 240; });
+        row("add a minute", xl, 4, running, [](Rig& rig) { return rig.engine.remaining() == 360; });
+        row("stop", xl, 7, running, [](Rig& rig) { return rig.engine.phase == Phase::idle; });
+        row("follow", xl, 11, nothing, [](Rig& rig) { return rig.settings.cueFollow.value(); });
+        row("blackout", xl, 14, nothing,
+            [](Rig& rig) { return rig.engine.snapshot.value().isBlackout; });
+        row("clock", xl, 15, nothing, [](Rig& rig) { return rig.engine.phase == Phase::clock; });
+        row(
+            "clock off", xl, 15, [](Rig& rig) { rig.engine.setClock(true); },
+            [](Rig& rig) { return rig.engine.phase == Phase::idle; });
+        row("ten minutes leave the run alone", mk2, 11, running,
+            [](Rig& rig) { return rig.engine.setSeconds == 600 && rig.engine.remaining() == 300; });
+        row("loop", xl, 22, nothing, [](Rig& rig) { return rig.engine.loop.value(); });
+        row("overtime", xl, 23, nothing, [](Rig& rig) { return !rig.settings.allowCountUp; });
+        row("attention", xl, 24, nothing, [](Rig& rig) { return rig.engine.strobeCount == 1; });
+        row("message", xl, 26, nothing,
+            [](Rig& rig) { return rig.engine.snapshot.value().message == u"5 MINUTES"_s; });
+        row(
+            "clear the message", xl, 31, [](Rig& rig) { rig.engine.setMessage(u"on air"_s); },
+            [](Rig& rig) { return !rig.engine.snapshot.value().message; });
+        row("a deck that counts from the right", original, 9, running,
+            [](Rig& rig) { return rig.engine.phase == Phase::running; });
+        row("a deck without displays", pedal, 1, nothing,
+            [](Rig& rig) { return rig.engine.phase == Phase::running; });
+    }
+    void actsOnKeys()
+    {
+        QFETCH(const int, productID);
+        QFETCH(const int, key);
+        QFETCH(const Prepare, prepare);
+        QFETCH(const Holds, holds);
+        Rig rig;
+        rig.settings.allowCountUp = true;
+        rig.connect(productID);
+        prepare(rig);
+        rig.press(key);
+        QVERIFY(holds(rig));
+    }
+
+    void stepsThroughTheRunningOrder()
+    {
+        Rig rig;
+        rig.connect(xl);
+        constexpr int previous = 8;
+        constexpr int next = 9;
+        constexpr int go = 10;
+        for (const int key : {previous, go})
+            rig.press(key);
+        QCOMPARE(rig.engine.phase.value(), Phase::idle);
+
+        for (const double minutes : {1.0, 2.0, 3.0})
+            rig.cues.add(QString(), minutes);
+        rig.cues.currentCueID = std::nullopt;
+        // What is pressed; the cue then and what is left of it. The second run goes on as it is.
+        using Step = std::tuple<int, std::optional<qint64>, qint64>;
+        for (const auto& [key, cue, remaining] :
+            {Step {previous, std::nullopt, 0}, Step {go, 0, 60}, Step {previous, 0, 60},
+                Step {next, 1, 60}, Step {go, 1, 120}, Step {previous, 0, 120}}) {
+            rig.press(key);
+            QCOMPARE(rig.cues.currentIndex(), cue);
+            QCOMPARE(rig.engine.remaining(), remaining);
+        }
+    }
+
+    void sendsADeckNothingThatWasMeantForAnother()
+    {
+        // Decks come and go while the main thread is busy; then it hears of all at once.
+        Rig rig;
+        rig.fake.attach({"one", "/dev/one", xl});
+        rig.fake.detach("one");
+        const QList<QByteArray> freshMini = rig.connect(mini);
+        QCOMPARE(rig.manager->connectedModelName.value(), u"Stream Deck Mini"_s);
+        QCOMPARE(keysOf(freshMini), (QList {0, 1, 2, 3, 4, 5}));
+
+        // The mini's blackout key, which changes two faces.
+        rig.fake.report(keyReport(*StreamDeckModel::model(mini), {2}));
+        rig.fake.detach("one");
+        QCOMPARE(rig.connect(xl).constFirst().first(9), "feature\x03\x08");
+    }
+
+    void switchesOffWithoutAWordAndOnByRescan()
+    {
+        Rig rig;
+        rig.connect(xl);
+        rig.manager->setEnabled(false);
+        QCOMPARE(rig.takeWritten(), QList<QByteArray>());
+        QVERIFY(!rig.fake.device()->isOpen);
+        QCOMPARE(rig.manager->connectedModelName.value(), std::nullopt);
+        QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"false"_s);
+        rig.manager->rescan();
+        QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"true"_s);
+        QTRY_COMPARE(rig.manager->connectedModelName.value(), u"Stream Deck XL"_s);
+    }
+
+    void clearsTheMessageBeforeItLooksAgain()
+    {
+        Rig rig;
+        rig.fake.deviceOpenError = EBUSY;
+        QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open"_s));
+        rig.fake.attach({"one", "/dev/one", xl});
+        QTRY_VERIFY(rig.manager->statusMessage.value().contains(u"in use by another app"_s));
+        rig.fake.deviceOpenError = 0;
+        rig.manager->rescan();
+        QCOMPARE(rig.manager->statusMessage.value(), QString());
+        QTRY_VERIFY(rig.manager->connectedModelName.value());
+    }
 };
-
-void StreamDeckManagerTest::remembersItsSettings()
-{
-    const Rig fresh(Stored {});
-    QVERIFY(!fresh.manager->enabled);
-    QCOMPARE(fresh.manager->brightness.value(), 70);
-    // Nobody clamps what is stored.
-    const Rig used({{u"sd.enabled"_s, u"true"_s}, {u"sd.brightness"_s, u"900"_s}});
-    QVERIFY(used.manager->enabled);
-    QCOMPARE(used.manager->brightness.value(), 900);
-    QCOMPARE(used.preferences.writes, 0);
-}
-
-void StreamDeckManagerTest::clampsTheBrightness()
-{
-    Rig rig;
-    rig.connect(xl);
-    for (const auto& [asked, set] : {std::pair(2, 5), std::pair(250, 100), std::pair(44, 44)}) {
-        rig.manager->setBrightness(asked);
-        QCOMPARE(rig.manager->brightness.value(), set);
-        QCOMPARE(rig.preferences.texts.value(u"sd.brightness"_s), QString::number(set));
-        QCOMPARE(rig.takeWritten().constLast().mid(7, 3), "\x03\x08" + QByteArray(1, char(set)));
-    }
-}
-
-/// Which pictures they are: on the first key, as the device counts, is the last one of the row.
-void StreamDeckManagerTest::paintsADeckThatConnects()
-{
-    Rig rig;
-    const QList<QByteArray> written = rig.connect(original);
-    const StreamDeckModel model = *StreamDeckModel::model(original);
-    QCOMPARE(rig.manager->connectedModelName.value(), std::optional(model.name));
-    const StreamDeckState state = StreamDeckState::of(rig.engine, rig.settings, rig.cues);
-    QList<QByteArray> pictures;
-    for (int key = 0; key < model.keyCount; ++key) {
-        const QImage picture =
-            StreamDeckImage::render(::face(defaultRoles(model).at(key), state), model.keyPixels);
-        pictures += StreamDeckImage::packets(
-            *StreamDeckImage::encode(picture, model), key / 5 * 5 + 4 - key % 5, model);
-    }
-    // Behind brightness and reset.
-    QCOMPARE(written.mid(2), pictures);
-}
-
-void StreamDeckManagerTest::actsOnKeys_data()
-{
-    QTest::addColumn<int>("productID");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<Prepare>("prepare");
-    QTest::addColumn<Holds>("holds");
-
-    const auto row = [](const char* name, int productID, int key, Prepare prepare, Holds holds) {
-        QTest::newRow(name) << productID << key << prepare << holds;
-    };
-    const Prepare nothing = [](Rig&) {};
-    const Prepare running = [](Rig& rig) {
-        rig.engine.setSeconds = 300;
-        rig.engine.start(TimerEngine::RunOrigin::cue);
-    };
-    row("time", xl, 0, running, [](Rig& rig) { return rig.engine.phase == Phase::running; });
-    row("go", xl, 1, running, [](Rig& rig) {
-        return rig.engine.phase == Phase::running && !rig.engine.currentRunFromCue
-            && rig.engine.remaining() == 300;
-    });
-    row("go without a time counts up", xl, 1, nothing,
-        [](Rig& rig) { return rig.engine.phase == Phase::running && rig.engine.pureCountUp; });
-    row("pause", xl, 2, running, [](Rig& rig) { return rig.engine.phase == Phase::paused; });
-    row("subtract a minute", xl, 3, running,
-        [](Rig& rig) { return rig.engine.remaining() == 240; });
-    row("add a minute", xl, 4, running, [](Rig& rig) { return rig.engine.remaining() == 360; });
-    row("stop", xl, 7, running, [](Rig& rig) { return rig.engine.phase == Phase::idle; });
-    row("follow", xl, 11, nothing, [](Rig& rig) { return rig.settings.cueFollow.value(); });
-    row("blackout", xl, 14, nothing,
-        [](Rig& rig) { return rig.engine.snapshot.value().isBlackout; });
-    row("clock", xl, 15, nothing, [](Rig& rig) { return rig.engine.phase == Phase::clock; });
-    row(
-        "clock off", xl, 15, [](Rig& rig) { rig.engine.setClock(true); },
-        [](Rig& rig) { return rig.engine.phase == Phase::idle; });
-    row("ten minutes leave the run alone", mk2, 11, running,
-        [](Rig& rig) { return rig.engine.setSeconds == 600 && rig.engine.remaining() == 300; });
-    row("loop", xl, 22, nothing, [](Rig& rig) { return rig.engine.loop.value(); });
-    row("overtime", xl, 23, nothing, [](Rig& rig) { return !rig.settings.allowCountUp; });
-    row("attention", xl, 24, nothing, [](Rig& rig) { return rig.engine.strobeCount == 1; });
-    row("message", xl, 26, nothing,
-        [](Rig& rig) { return rig.engine.snapshot.value().message == u"5 MINUTES"_s; });
-    row(
-        "clear the message", xl, 31, [](Rig& rig) { rig.engine.setMessage(u"on air"_s); },
-        [](Rig& rig) { return !rig.engine.snapshot.value().message; });
-    row("a deck that counts from the right", original, 9, running,
-        [](Rig& rig) { return rig.engine.phase == Phase::running; });
-    row("a deck without displays", pedal, 1, nothing,
-        [](Rig& rig) { return rig.engine.phase == Phase::running; });
-}
-
-void StreamDeckManagerTest::actsOnKeys()
-{
-    QFETCH(const int, productID);
-    QFETCH(const int, key);
-    QFETCH(const Prepare, prepare);
-    QFETCH(const Holds, holds);
-    Rig rig;
-    rig.settings.allowCountUp = true;
-    rig.connect(productID);
-    prepare(rig);
-    rig.press(key);
-    QVERIFY(holds(rig));
-}
-
-void StreamDeckManagerTest::stepsThroughTheRunningOrder()
-{
-    Rig rig;
-    rig.connect(xl);
-    constexpr int previous = 8;
-    constexpr int next = 9;
-    constexpr int go = 10;
-    for (const int key : {previous, go})
-        rig.press(key);
-    QCOMPARE(rig.engine.phase.value(), Phase::idle);
-
-    for (const double minutes : {1.0, 2.0, 3.0})
-        rig.cues.add(QString(), minutes);
-    rig.cues.currentCueID = std::nullopt;
-    // What is pressed; the cue then and what is left of it. The second run goes on as it is.
-    using Step = std::tuple<int, std::optional<qint64>, qint64>;
-    for (const auto& [key, cue, remaining] :
-        {Step {previous, std::nullopt, 0}, Step {go, 0, 60}, Step {previous, 0, 60},
-            Step {next, 1, 60}, Step {go, 1, 120}, Step {previous, 0, 120}}) {
-        rig.press(key);
-        QCOMPARE(rig.cues.currentIndex(), cue);
-        QCOMPARE(rig.engine.remaining(), remaining);
-    }
-}
-
-void StreamDeckManagerTest::goesAwayWithTheDeck()
-{
-    Rig rig;
-    rig.connect(xl);
-    rig.fake.detach("one");
-    QCoreApplication::processEvents();
-    QCOMPARE(rig.manager->connectedModelName.value(), std::nullopt);
-    QVERIFY(rig.manager->enabled);
-    rig.manager->blankToBlack();
-
-    rig.connect(mini);
-    QCOMPARE(rig.manager->connectedModelName.value(), u"Stream Deck Mini"_s);
-    rig.press(3);
-    QCOMPARE(rig.engine.phase.value(), Phase::running);
-}
-
-void StreamDeckManagerTest::sendsADeckNothingThatWasMeantForAnother()
-{
-    // Decks come and go while the main thread is busy; then it hears of all at once.
-    Rig rig;
-    rig.fake.attach({"one", "/dev/one", xl});
-    rig.fake.detach("one");
-    const QList<QByteArray> freshMini = rig.connect(mini);
-    QCOMPARE(rig.manager->connectedModelName.value(), u"Stream Deck Mini"_s);
-    QCOMPARE(keysOf(freshMini), (QList {0, 1, 2, 3, 4, 5}));
-
-    // The mini's blackout key, which changes two faces.
-    rig.fake.report(keyReport(*StreamDeckModel::model(mini), {2}));
-    rig.fake.detach("one");
-    QCOMPARE(rig.connect(xl).constFirst().first(9), "feature\x03\x08");
-}
-
-void StreamDeckManagerTest::switchesOffWithoutAWord()
-{
-    Rig rig;
-    rig.connect(xl);
-    rig.manager->setEnabled(false);
-    QCOMPARE(rig.takeWritten(), QList<QByteArray>());
-    QVERIFY(!rig.fake.device()->isOpen);
-    QCOMPARE(rig.manager->connectedModelName.value(), std::nullopt);
-    QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"false"_s);
-    rig.manager->setEnabled(true);
-    QTRY_COMPARE(rig.manager->connectedModelName.value(), u"Stream Deck XL"_s);
-}
-
-void StreamDeckManagerTest::rescanSwitchesOn()
-{
-    Rig rig(Stored {});
-    rig.fake.setAttached({{"one", "/dev/one", xl}});
-    rig.manager->rescan();
-    QVERIFY(rig.manager->enabled);
-    QCOMPARE(rig.preferences.texts.value(u"sd.enabled"_s), u"true"_s);
-    QTRY_COMPARE(rig.manager->connectedModelName.value(), u"Stream Deck XL"_s);
-}
-
-void StreamDeckManagerTest::clearsTheMessageBeforeItLooksAgain()
-{
-    Rig rig;
-    rig.fake.deviceOpenError = EBUSY;
-    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open"_s));
-    rig.fake.attach({"one", "/dev/one", xl});
-    QTRY_VERIFY(rig.manager->statusMessage.value().contains(u"in use by another app"_s));
-    rig.fake.deviceOpenError = 0;
-    rig.manager->rescan();
-    QCOMPARE(rig.manager->statusMessage.value(), QString());
-    QTRY_VERIFY(rig.manager->connectedModelName.value());
-}
 
 QTEST_MAIN(StreamDeckManagerTest)
 #include "tst_StreamDeckManager.moc"

@@ -5,7 +5,6 @@
 
 #include <QApplication>
 #include <QDesktopServices>
-#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QTcpServer>
@@ -36,11 +35,9 @@ QByteArray manifest(const QByteArray& version, const QByteArray& more = {})
 /// Answers requests by their path. Paths without an answer get a closed connection.
 class Feed {
 public:
-    /// Byte by byte waits a turn of the event loop before every next one; endless goes on so.
-    enum class Pace { atOnce, byteByByte, endless };
-
     QMap<QByteArray, QByteArray> answers;
-    Pace pace = Pace::atOnce;
+    /// Each answer goes on for ever.
+    bool isEndless = false;
     QList<QByteArray> requests;
 
     Feed()
@@ -64,27 +61,13 @@ private:
     {
         requests.append(socket.readAll());
         const QByteArray response = answers.value(requests.last().split(' ').value(1));
-        if (pace != Pace::atOnce) {
-            drip(socket, response);
-            return;
-        }
         socket.write(response);
-        socket.disconnectFromHost();
-    }
-
-    void drip(QTcpSocket& socket, const QByteArray& rest) const
-    {
-        if (rest.isEmpty() && pace != Pace::endless) {
+        if (isEndless) {
+            QObject::connect(
+                &socket, &QTcpSocket::bytesWritten, &socket, [&socket] { socket.write(" "); });
+        } else {
             socket.disconnectFromHost();
-            return;
         }
-        socket.write(rest.isEmpty() ? " " : rest.first(1));
-        QObject::connect(
-            &socket, &QTcpSocket::bytesWritten, &socket,
-            [this, &socket, rest = rest.sliced(std::min<qsizetype>(1, rest.size()))] {
-                drip(socket, rest);
-            },
-            Qt::SingleShotConnection);
     }
 
     QTcpServer m_server;
@@ -130,22 +113,200 @@ public Q_SLOTS:
     void openInBrowser(const QUrl& address) { m_opened.append(address.toString()); }
 
 private Q_SLOTS:
-    void init();
-    void comparesVersions_data();
-    void comparesVersions();
-    void tellsEveryOutcome_data();
-    void tellsEveryOutcome();
-    void takesItsTime_data();
-    void takesItsTime();
-    void hasNoFeed_data();
-    void hasNoFeed();
-    void checksOnceADay_data();
-    void checksOnceADay();
-    void offersAgainAfterASkip();
-    void keepsLongNotesOnTheScreen();
-    void opensTheDownload_data();
-    void opensTheDownload();
-    void endsWithARequestUnderWay();
+    void init()
+    {
+        m_opened.clear();
+        for (const QString& scheme : {u"https"_s, u"file"_s})
+            QDesktopServices::setUrlHandler(scheme, this, "openInBrowser");
+    }
+
+    void comparesVersions()
+    {
+        // By their numbers.
+        QVERIFY(UpdateChecker::isNewer(u"1.10"_s, u"1.9"_s));
+        // Missing pieces are 0, and empty ones are none.
+        QVERIFY(!UpdateChecker::isNewer(u"1.2.0"_s, u"1.2"_s));
+        QVERIFY(UpdateChecker::isNewer(u".1..2."_s, u"1.1.9"_s));
+        QVERIFY(!UpdateChecker::isNewer(u"1.3b2"_s, u"1.3"_s));
+        // What is too large for a number is 0.
+        QVERIFY(!UpdateChecker::isNewer(u"99999999999999999999"_s, u"1"_s));
+    }
+
+    void tellsEveryOutcome_data()
+    {
+        QTest::addColumn<QByteArray>("response");
+        QTest::addColumn<QStringList>("told");
+
+        const QStringList upToDate {
+            u"You’re up to date"_s, u"Tarrow 1.9 is the latest version."_s, u"OK"_s};
+        const QString available = u"A new version of Tarrow is available"_s;
+        const QString offer = u"Tarrow 1.10 is available — you have 1.9."_s;
+        const QStringList buttons {u"Download"_s, u"Skip This Version"_s, u"Later"_s};
+        const auto failure = [](const QString& reason) {
+            return QStringList {failed, reason, u"OK"_s};
+        };
+
+        const auto row = [](const char* name, const QByteArray& response, const QStringList& told) {
+            QTest::newRow(name) << response << told;
+        };
+        row("same", answer(manifest("1.9.0")), upToDate);
+        row("newer", answer(manifest("1.10")), QStringList {available, offer} + buttons);
+        row("notes, and keys of no consequence",
+            answer(manifest("1.10",
+                R"(,"notes":"<b>New</b>\nclock","build":7.0,"minimumSystemVersion":"9","x":[])")),
+            QStringList {available, offer + u"\n\n<b>New</b>\nclock"_s} + buttons);
+        row("null is absent", answer(manifest("1.9", R"(,"notes":null,"build":null)")), upToDate);
+        row("redirected", "HTTP/1.1 302 Found\r\nLocation: /moved\r\nContent-Length: 0\r\n\r\n",
+            upToDate);
+        row("not found", answer(manifest("2"), "404 Not Found"), failure(badResponse));
+        row("closes without an answer", {}, failure(u"Connection closed"_s));
+        row("no JSON", answer(""), failure(unreadable));
+        row("no object", answer("[]"), failure(unreadable));
+        row("number for a version", answer(R"({"version":2,"downloadURL":"x"})"),
+            failure(unreadable));
+        row("no address", answer(R"({"version":"2","downloadURL":null})"), failure(unreadable));
+        row("broken build", answer(manifest("2", R"(,"build":1.5)")), failure(unreadable));
+        row("number for notes", answer(manifest("2", R"(,"notes":1)")), failure(unreadable));
+        row("more than a mebibyte", answer(manifest("1.9").leftJustified((1 << 20) + 1)),
+            failure(unreadable));
+    }
+    void tellsEveryOutcome()
+    {
+        QFETCH(QByteArray, response);
+        QFETCH(QStringList, told);
+
+        Stage stage(response);
+        stage.feed.answers["/moved"] = answer(manifest("1.9"));
+        stage.checker->checkInBackground(true);
+        QTRY_VERIFY(!stage.feed.requests.isEmpty());
+        stage.checker->checkForUpdatesMenu();
+        const bool isTwice = told.contains(u"Download"_s);
+        QTRY_COMPARE(alertTexts(), QList<QStringList>(isTwice ? 2 : 1, told));
+        QCOMPARE(stage.preferences.texts.contains(UpdateChecker::lastCheckKey.toString()),
+            told.first() != failed);
+        for (const QByteArray& request : stage.feed.requests)
+            QVERIFY(request.toLower().contains("cache-control: no-cache"));
+    }
+
+    void waitsForNoEndlessAnswer()
+    {
+        // Without a length the body ends with the connection.
+        Stage stage("HTTP/1.1 200 OK\r\n\r\n" + manifest("1.9"), 200ms);
+        stage.feed.isEndless = true;
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(alertTexts().value(0).value(1), u"The request timed out."_s);
+    }
+
+    void hasNoFeed()
+    {
+        const QString none = u"No update feed is configured."_s;
+        for (const auto& [address, reason] : {std::pair(QJsonValue(QJsonValue::Undefined), none),
+                 {QJsonValue(1), none}, {QJsonValue(u"http://a b/"_s), none},
+                 {QJsonValue(u"http://127.0.0.1:1/"_s), u"Connection refused"_s}}) {
+            MemoryPreferences preferences;
+            UpdateChecker checker({{u"TRUpdateFeedURL"_s, address}}, preferences);
+            checker.checkInBackground(true);
+            QCOMPARE(alerts().size(), 0);
+            checker.checkForUpdatesMenu();
+            QTRY_COMPARE(alertTexts(), QList<QStringList>({{failed, reason, u"OK"_s}}));
+            QCOMPARE(preferences.writes, 0);
+        }
+    }
+
+    void checksOnceADay_data()
+    {
+        QTest::addColumn<bool>("autoEnabled");
+        QTest::addColumn<std::optional<std::chrono::milliseconds>>("since");
+        QTest::addColumn<bool>("checks");
+
+        using Since = std::optional<std::chrono::milliseconds>;
+        QTest::newRow("never") << true << Since() << true;
+        QTest::newRow("switched off") << false << Since() << false;
+        QTest::newRow("a day") << true << Since(24h) << false;
+        QTest::newRow("more") << true << Since(24h + 1ms) << true;
+        QTest::newRow("in a year to come") << true << Since(-8760h) << false;
+    }
+    /// Whether a request leaves is known when the next one, which must leave, has.
+    void checksOnceADay()
+    {
+        QFETCH(bool, autoEnabled);
+        QFETCH(std::optional<std::chrono::milliseconds>, since);
+        QFETCH(bool, checks);
+
+        Stage stage(answer(manifest("1.9")));
+        if (since) {
+            stage.checker->checkForUpdatesMenu();
+            QTRY_COMPARE(alerts().size(), 1);
+            choose(u"OK"_s);
+            stage.clock.advance(*since);
+        } else {
+            stage.preferences.texts[UpdateChecker::lastCheckKey.toString()] = u"yesterday"_s;
+        }
+        stage.feed.requests.clear();
+        stage.checker->checkInBackground(autoEnabled);
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(alerts().size(), 1);
+        QCOMPARE(stage.feed.requests.size(), checks ? 2 : 1);
+    }
+
+    void offersAgainAfterASkip()
+    {
+        Stage stage(answer(manifest("1.10")));
+        stage.checker->checkInBackground(true);
+        QTRY_COMPARE(alerts().size(), 1);
+        choose(u"Skip This Version"_s);
+        QCOMPARE(stage.preferences.texts[UpdateChecker::skipKey.toString()], u"1.10"_s);
+
+        stage.clock.advance(25h);
+        stage.checker->checkInBackground(true);
+        QTRY_COMPARE(stage.feed.requests.size(), 2);
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(alerts().size(), 1);
+        choose(u"Later"_s);
+
+        stage.feed.answers["/"] = answer(manifest("1.10.0"));
+        stage.clock.advance(25h);
+        stage.checker->checkInBackground(true);
+        QTRY_COMPARE(alerts().size(), 1);
+        QCOMPARE(m_opened, QStringList());
+    }
+
+    void keepsLongNotesOnTheScreen()
+    {
+        const QByteArray notes = QByteArray("A line of notes.\\n").repeated(1000);
+        Stage stage(answer(manifest("2", ",\"notes\":\"" + notes + "\"")));
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(alerts().size(), 1);
+        const int room = QGuiApplication::primaryScreen()->availableSize().height();
+        QVERIFY(alerts().constFirst()->height() < room);
+    }
+
+    void opensDownloadsOfTheWeb()
+    {
+        for (const char* const address :
+            {"https://example.org/a?b=c", "https://example org/", "file:///bin/sh"}) {
+            Stage stage(
+                answer(QByteArray("{\"version\":\"2\",\"downloadURL\":\"") + address + "\"}"));
+            stage.checker->checkForUpdatesMenu();
+            QTRY_COMPARE(alerts().size(), 1);
+            choose(u"Download"_s);
+            QVERIFY(!stage.preferences.texts.contains(UpdateChecker::skipKey.toString()));
+        }
+        QCOMPARE(m_opened, QStringList {u"https://example.org/a?b=c"_s});
+    }
+
+    /// And with an alert open.
+    void endsWithARequestUnderWay()
+    {
+        Stage stage(answer(manifest("2")));
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(alerts().size(), 1);
+        stage.feed.requests.clear();
+        stage.checker->checkForUpdatesMenu();
+        QTRY_COMPARE(stage.feed.requests.size(), 1);
+        stage.checker.reset();
+        QCOMPARE(alerts().size(), 0);
+    }
 
 private:
     struct Stage {
@@ -165,263 +326,6 @@ private:
 
     QStringList m_opened;
 };
-
-void UpdateCheckerTest::init()
-{
-    m_opened.clear();
-    QDesktopServices::setUrlHandler(u"https"_s, this, "openInBrowser");
-}
-
-void UpdateCheckerTest::comparesVersions_data()
-{
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<bool>("newer");
-
-    QTest::newRow("numbers, not text") << u"1.10"_s << u"1.9"_s << true;
-    QTest::newRow("missing pieces are 0") << u"1.2.0"_s << u"1.2"_s << false;
-    QTest::newRow("first difference") << u"2"_s << u"1.99.99"_s << true;
-    QTest::newRow("older") << u"1.99.99"_s << u"2"_s << false;
-    QTest::newRow("suffix") << u"1.3b2"_s << u"1.3"_s << false;
-    QTest::newRow("no digits") << u"1.rc1"_s << u"1.0"_s << false;
-    QTest::newRow("empty pieces") << u".1..2."_s << u"1.1.9"_s << true;
-    QTest::newRow("too large") << u"99999999999999999999"_s << u"1"_s << false;
-    QTest::newRow("other numbers spoil a piece") << u"3²"_s << u"1"_s << false;
-    QTest::newRow("nothing") << QString() << u"0"_s << false;
-}
-
-void UpdateCheckerTest::comparesVersions()
-{
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(bool, newer);
-
-    QCOMPARE(UpdateChecker::isNewer(a, b), newer);
-}
-
-void UpdateCheckerTest::tellsEveryOutcome_data()
-{
-    QTest::addColumn<QByteArray>("response");
-    QTest::addColumn<QStringList>("told");
-
-    const QStringList upToDate {
-        u"You’re up to date"_s, u"Tarrow 1.9 is the latest version."_s, u"OK"_s};
-    const QString available = u"A new version of Tarrow is available"_s;
-    const QString offer = u"Tarrow 1.10 is available — you have 1.9."_s;
-    const QStringList buttons {u"Download"_s, u"Skip This Version"_s, u"Later"_s};
-    const auto failure = [](const QString& reason) {
-        return QStringList {failed, reason, u"OK"_s};
-    };
-
-    QTest::newRow("same") << answer(manifest("1.9.0")) << upToDate;
-    QTest::newRow("newer") << answer(manifest("1.10")) << QStringList {available, offer} + buttons;
-    QTest::newRow("notes, and keys of no consequence")
-        << answer(manifest("1.10",
-               R"(,"notes":"<b>New</b>\nclock","build":7.0,"minimumSystemVersion":"99","x":[])"))
-        << QStringList {available, offer + u"\n\n<b>New</b>\nclock"_s} + buttons;
-    QTest::newRow("null is absent")
-        << answer(manifest("1.9", R"(,"notes":null,"build":null)")) << upToDate;
-    QTest::newRow("redirected") << QByteArray(
-        "HTTP/1.1 302 Found\r\nLocation: /moved\r\nContent-Length: 0\r\n\r\n")
-                                << upToDate;
-    QTest::newRow("not found") << answer(manifest("2"), "404 Not Found") << failure(badResponse);
-    QTest::newRow("another good status")
-        << answer(manifest("2"), "203 Changed") << failure(badResponse);
-    QTest::newRow("closes without an answer") << QByteArray() << failure(u"Connection closed"_s);
-    QTest::newRow("breaks off") << answer(manifest("2")).chopped(1)
-                                << failure(u"Connection closed"_s);
-    for (const char* body : {"", "[]", "{\"version\":\"2\"}", "{\"downloadURL\":\"x\"}",
-             "{\"version\":2,\"downloadURL\":\"x\"}", "{\"version\":\"2\",\"downloadURL\":null}"})
-        QTest::addRow("body %s", body) << answer(body) << failure(unreadable);
-    for (const char* key :
-        {"\"build\":1.5", "\"build\":\"1\"", "\"notes\":1", "\"minimumSystemVersion\":12"})
-        QTest::addRow("with %s", key)
-            << answer(manifest("2", QByteArray(",") + key)) << failure(unreadable);
-
-    const QByteArray largest = manifest("1.9").leftJustified(1 << 20);
-    QTest::newRow("a mebibyte") << answer(largest) << upToDate;
-    QTest::newRow("more") << answer(largest + ' ') << failure(unreadable);
-}
-
-void UpdateCheckerTest::tellsEveryOutcome()
-{
-    QFETCH(QByteArray, response);
-    QFETCH(QStringList, told);
-
-    Stage stage(response);
-    stage.feed.answers["/moved"] = answer(manifest("1.9"));
-    stage.checker->checkInBackground(true);
-    QTRY_VERIFY(!stage.feed.requests.isEmpty());
-    stage.checker->checkForUpdatesMenu();
-    const bool isTwice = told.contains(u"Download"_s);
-    QTRY_COMPARE(alertTexts(), QList<QStringList>(isTwice ? 2 : 1, told));
-    QCOMPARE(stage.preferences.texts.contains(UpdateChecker::lastCheckKey.toString()),
-        told.first() != failed);
-    for (const QByteArray& request : stage.feed.requests)
-        QVERIFY(request.toLower().contains("cache-control: no-cache"));
-}
-
-void UpdateCheckerTest::takesItsTime_data()
-{
-    QTest::addColumn<Feed::Pace>("pace");
-    QTest::addColumn<std::chrono::milliseconds>("limit");
-    QTest::addColumn<QString>("told");
-
-    QTest::newRow("slow") << Feed::Pace::byteByByte << std::chrono::milliseconds(15s)
-                          << u"Tarrow 1.9 is the latest version."_s;
-    QTest::newRow("endless") << Feed::Pace::endless << 200ms << u"The request timed out."_s;
-}
-
-void UpdateCheckerTest::takesItsTime()
-{
-    QFETCH(Feed::Pace, pace);
-    QFETCH(std::chrono::milliseconds, limit);
-    QFETCH(QString, told);
-
-    // Without a length the body ends with the connection.
-    Stage stage("HTTP/1.1 200 OK\r\n\r\n" + manifest("1.9"), limit);
-    stage.feed.pace = pace;
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alertTexts().value(0).value(1), told);
-}
-
-void UpdateCheckerTest::hasNoFeed_data()
-{
-    QTest::addColumn<QJsonValue>("address");
-    QTest::addColumn<QString>("reason");
-
-    const QString none = u"No update feed is configured."_s;
-    QTest::newRow("missing") << QJsonValue(QJsonValue::Undefined) << none;
-    QTest::newRow("no text") << QJsonValue(1) << none;
-    QTest::newRow("empty") << QJsonValue(QString()) << none;
-    QTest::newRow("not absolute") << QJsonValue(u"tarrow/feed.json"_s) << none;
-    QTest::newRow("no address") << QJsonValue(u"http://a b/"_s) << none;
-    QTest::newRow("nobody there") << QJsonValue(u"http://127.0.0.1:1/"_s)
-                                  << u"Connection refused"_s;
-}
-
-void UpdateCheckerTest::hasNoFeed()
-{
-    QFETCH(QJsonValue, address);
-    QFETCH(QString, reason);
-
-    MemoryPreferences preferences;
-    UpdateChecker checker({{u"TRUpdateFeedURL"_s, address}}, preferences);
-    checker.checkInBackground(true);
-    QCOMPARE(alerts().size(), 0);
-    checker.checkForUpdatesMenu();
-    QTRY_COMPARE(alertTexts(), QList<QStringList>({{failed, reason, u"OK"_s}}));
-    QCOMPARE(preferences.writes, 0);
-}
-
-void UpdateCheckerTest::checksOnceADay_data()
-{
-    QTest::addColumn<bool>("autoEnabled");
-    QTest::addColumn<std::optional<std::chrono::milliseconds>>("since");
-    QTest::addColumn<bool>("checks");
-
-    using Since = std::optional<std::chrono::milliseconds>;
-    QTest::newRow("never") << true << Since() << true;
-    QTest::newRow("switched off") << false << Since() << false;
-    QTest::newRow("a day") << true << Since(24h) << false;
-    QTest::newRow("more") << true << Since(24h + 1ms) << true;
-    QTest::newRow("in a year to come") << true << Since(-8760h) << false;
-}
-
-/// Whether a request leaves is known when the next one, which must leave, has.
-void UpdateCheckerTest::checksOnceADay()
-{
-    QFETCH(bool, autoEnabled);
-    QFETCH(std::optional<std::chrono::milliseconds>, since);
-    QFETCH(bool, checks);
-
-    Stage stage(answer(manifest("1.9")));
-    if (since) {
-        stage.checker->checkForUpdatesMenu();
-        QTRY_COMPARE(alerts().size(), 1);
-        choose(u"OK"_s);
-        stage.clock.advance(*since);
-    } else {
-        stage.preferences.texts[UpdateChecker::lastCheckKey.toString()] = u"yesterday"_s;
-    }
-    stage.feed.requests.clear();
-    stage.checker->checkInBackground(autoEnabled);
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alerts().size(), 1);
-    QCOMPARE(stage.feed.requests.size(), checks ? 2 : 1);
-}
-
-void UpdateCheckerTest::offersAgainAfterASkip()
-{
-    Stage stage(answer(manifest("1.10")));
-    stage.checker->checkInBackground(true);
-    QTRY_COMPARE(alerts().size(), 1);
-    choose(u"Skip This Version"_s);
-    QCOMPARE(stage.preferences.texts[UpdateChecker::skipKey.toString()], u"1.10"_s);
-
-    stage.clock.advance(25h);
-    stage.checker->checkInBackground(true);
-    QTRY_COMPARE(stage.feed.requests.size(), 2);
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alerts().size(), 1);
-    choose(u"Later"_s);
-
-    stage.feed.answers["/"] = answer(manifest("1.10.0"));
-    stage.clock.advance(25h);
-    stage.checker->checkInBackground(true);
-    QTRY_COMPARE(alerts().size(), 1);
-    QCOMPARE(m_opened, QStringList());
-}
-
-void UpdateCheckerTest::keepsLongNotesOnTheScreen()
-{
-    const QByteArray notes = QByteArray("A line of notes.\\n").repeated(1000);
-    Stage stage(answer(manifest("2", R"(,"notes":")" + notes + '"')));
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alerts().size(), 1);
-    const QMessageBox& alert = *alerts().constFirst();
-    QVERIFY(alert.height() < QGuiApplication::primaryScreen()->availableSize().height());
-    const QString shown = alert.findChild<QPlainTextEdit*>()->toPlainText();
-    QVERIFY(shown.startsWith(u"Tarrow 2 is available — you have 1.9.\n\nA line"_s));
-    QCOMPARE(shown.count(u'\n'), 1002);
-}
-
-void UpdateCheckerTest::opensTheDownload_data()
-{
-    QTest::addColumn<QByteArray>("address");
-    QTest::addColumn<QStringList>("opened");
-
-    QTest::newRow("valid") << QByteArray("https://example.org/a?b=c")
-                           << QStringList {u"https://example.org/a?b=c"_s};
-    QTest::newRow("not valid") << QByteArray("https://example org/") << QStringList();
-    QTest::newRow("not of the web") << QByteArray("file:///bin/sh") << QStringList();
-}
-
-void UpdateCheckerTest::opensTheDownload()
-{
-    QFETCH(QByteArray, address);
-    QFETCH(QStringList, opened);
-
-    Stage stage(answer(R"({"version":"2","downloadURL":")" + address + "\"}"));
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alerts().size(), 1);
-    choose(u"Download"_s);
-    QCOMPARE(m_opened, opened);
-    QVERIFY(!stage.preferences.texts.contains(UpdateChecker::skipKey.toString()));
-}
-
-/// And with an alert open.
-void UpdateCheckerTest::endsWithARequestUnderWay()
-{
-    Stage stage(answer(manifest("2")));
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(alerts().size(), 1);
-    stage.feed.requests.clear();
-    stage.checker->checkForUpdatesMenu();
-    QTRY_COMPARE(stage.feed.requests.size(), 1);
-    stage.checker.reset();
-    QCOMPARE(alerts().size(), 0);
-}
 
 QTEST_MAIN(UpdateCheckerTest)
 #include "tst_UpdateChecker.moc"

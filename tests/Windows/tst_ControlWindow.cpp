@@ -15,29 +15,27 @@ class ControlWindowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void followsThePanel();
+    void followsThePanel()
+    {
+        QCOMPARE(QGuiApplication::platformName(), u"wayland"_s);
+        Console console;
+        ControlWindowController controller(console.models());
+        controller.showWindow();
+        QWidget& window = controller.window();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        const int collapsed = window.height();
+        QCOMPARE(window.width(), ControlPanelView::width);
+
+        buttonCalled(window, u"Show settings"_s).click();
+        QTRY_VERIFY(window.height() > collapsed + 200);
+        buttonCalled(window, u"Keep console on top"_s).click();
+        buttonCalled(window, u"Hide settings"_s).click();
+        QTRY_COMPARE(window.height(), collapsed);
+        QTRY_COMPARE(window.windowHandle()->geometry().size(), window.size());
+        QVERIFY(window.isVisible());
+    }
 };
-
-void ControlWindowTest::followsThePanel()
-{
-    QCOMPARE(QGuiApplication::platformName(), u"wayland"_s);
-    Console console;
-    ControlWindowController controller(console.models());
-    controller.showWindow();
-    QWidget& window = controller.window();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QTest::failOnWarning(QRegularExpression(u".*"_s));
-    const int collapsed = window.height();
-    QCOMPARE(window.width(), ControlPanelView::width);
-
-    buttonCalled(window, u"Show settings"_s).click();
-    QTRY_VERIFY(window.height() > collapsed + 200);
-    buttonCalled(window, u"Keep console on top"_s).click();
-    buttonCalled(window, u"Hide settings"_s).click();
-    QTRY_COMPARE(window.height(), collapsed);
-    QTRY_COMPARE(window.windowHandle()->geometry().size(), window.size());
-    QVERIFY(window.isVisible());
-}
 
 int main(int argc, char* argv[])
 {
