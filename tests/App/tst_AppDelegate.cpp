@@ -1,7 +1,9 @@
 #include "App/AppDelegate.h"
 
 #include "helpers/MemoryPreferences.h"
+#include "helpers/SessionBus.h"
 
+#include <QTcpServer>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -19,7 +21,68 @@ QByteArray json(const char* text)
 class AppDelegateTest : public QObject {
     Q_OBJECT
 
+    /// What tells that a step has been taken, in the order of the steps.
+    struct Sign {
+        const char* name;
+        std::function<bool()> isThere;
+    };
+    static std::vector<Sign> signsOf(
+        AppDelegate& app, const FakeScreenSaver& screenSaver, const QTcpServer& feed)
+    {
+        return {
+            {"main menu", [&] { return app.m_mainMenu != nullptr; }},
+            {"output router", [&] { return app.m_outputRouter && app.m_engine; }},
+            {"finish sound", [&] { return app.m_engine && app.m_engine->onFinish; }},
+            {"dispatcher", [&] { return app.m_dispatcher && app.m_cues; }},
+            {"UDP server", [&] { return app.m_udpServer && app.m_udpServer->isListening(); }},
+            {"web server", [&] { return app.m_webServer.has_value(); }},
+            {"web switch", [&] { return app.m_webSwitch.has_value(); }},
+            {"NDI sender", [&] { return app.m_ndiSender.has_value(); }},
+            {"NDI switch", [&] { return app.m_ndiSwitch.has_value(); }},
+            {"console",
+                [&] { return app.m_streamDeck && app.m_controlWindow->window().isVisible(); }},
+            {"icon", [&] { return app.m_dockBadge.has_value(); }},
+            {"display-sleep assertion", [&] { return !screenSaver.inhibitors.isEmpty(); }},
+            {"activation",
+                [&] {
+                    return app.m_controlWindow && app.m_controlWindow->window().isActiveWindow();
+                }},
+            {"update check", [&] { return feed.hasPendingConnections(); }},
+        };
+    }
+
 private Q_SLOTS:
+    void makesEveryServiceInItsTurn()
+    {
+        SessionBus bus(SessionBus::Services::screenSaver);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address());
+        QTcpServer feed;
+        QVERIFY(feed.listen(QHostAddress::LocalHost));
+        MemoryPreferences preferences;
+        AppDelegate app(preferences,
+            {{u"TRUpdateFeedURL"_s, u"http://127.0.0.1:%1/"_s.arg(feed.serverPort())}});
+        app.settings.udpPort = 0;
+        // As if another application had the focus, whatever a step does.
+        QWidget other;
+        other.show();
+
+        const std::vector<Sign> signs = signsOf(app, bus.screenSaver(), feed);
+        QCOMPARE(AppDelegate::launchSequence.size(), signs.size());
+        for (size_t taken = 0; taken < signs.size(); ++taken) {
+            other.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&other));
+            const AppDelegate::LaunchStep& step = AppDelegate::launchSequence[taken];
+            QCOMPARE(step.name, signs[taken].name);
+            for (size_t i = taken; i < signs.size(); ++i)
+                QVERIFY2(!signs[i].isThere(), signs[i].name);
+            (app.*step.perform)();
+            QTRY_VERIFY2(signs[taken].isThere(), step.name);
+        }
+        QTRY_COMPARE(app.sleepAssertionID(), FakeScreenSaver::cookie);
+        app.applicationWillTerminate();
+        QTRY_COMPARE(bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
+    }
+
     void tellsTheState()
     {
         MemoryPreferences preferences;

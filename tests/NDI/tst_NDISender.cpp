@@ -4,6 +4,7 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -91,6 +92,16 @@ private Q_SLOTS:
         QCOMPARE(callsWith({}, u"runtime6"_s), u"load runtime6, initialize"_s);
         // The first library that opens is the only one that is asked.
         QCOMPARE(callsWith(u"other"_s, u"runtime6"_s), u"no runtime"_s);
+    }
+
+    void looksInThePlacesOfTheSystemLast()
+    {
+        setRuntime("NDI_RUNTIME_DIR_V6", u"runtime6"_s);
+        setRuntime("NDI_RUNTIME_DIR_V5", {});
+        const QStringList expected {standIns + u"/runtime6/libndi.so.6"_s,
+            QCoreApplication::applicationDirPath() + u"/../lib/tarrow/libndi.so.6"_s,
+            u"/usr/local/lib/libndi.so.6"_s, u"/usr/lib/libndi.so.6"_s, u"libndi.so.6"_s};
+        QCOMPARE(NDIBridge::runtimeCandidates().filter(u".6"_s), expected);
     }
 
     void saysWhatIsMissing_data()
@@ -245,6 +256,20 @@ private Q_SLOTS:
                 inStep = call == u"in step" ? inStep + 1 : 0;
             return inStep >= 4;
         }());
+    }
+
+    /// Points that nobody has come for are one call.
+    void callsOnAGrid()
+    {
+        int calls = 0;
+        GridTimer timer(1ms, [&] { ++calls; });
+        timer.start();
+        QTRY_VERIFY(calls >= 3);
+        calls = 0;
+        const QDeadlineTimer deadline(50);
+        while (!deadline.hasExpired()) { }
+        QCoreApplication::processEvents();
+        QVERIFY(calls > 0 && calls < 25);
     }
 };
 

@@ -49,6 +49,7 @@ private Q_SLOTS:
         QCOMPARE(requestTarget(u"GET /state HTTP/1.1\r\nHost: a b c"_s).toString(), u"/state"_s);
         QCOMPARE(requestTarget(u"  POST   /cues "_s).toString(), u"/cues"_s);
         QCOMPARE(requestTarget(u"\r\n\r\nGET /a\r\nGET /b"_s).toString(), u"/a"_s);
+        QCOMPARE(requestTarget(u"GET"_s).toString(), u"/"_s);
         // Not in the second line.
         QCOMPARE(requestTarget(u"GET\r\nHost: /state"_s).toString(), u"/"_s);
         // A tab is no space.
