@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <limits>
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -58,8 +57,6 @@ struct Show {
         controller.cues = cues;
     }
 
-    void importChanged() { controller.replaceCues(controller.exportData().replace("A", "a")); }
-
     void wait(std::chrono::seconds duration)
     {
         clock.advance(duration);
@@ -87,14 +84,11 @@ struct Show {
                 // Gives A other seconds, or makes B a cue with the identity of A.
                 {u"seconds"_s, [&] { change([&](auto& cues) { cues[0].seconds = number; }); }},
                 {u"twins"_s, [&] { change([](auto& cues) { cues[1].id = cues[0].id; }); }},
-                {u"import"_s, [&] { importChanged(); }},
                 {u"follow"_s, [&] { settings.cueFollow = on; }},
                 {u"countUp"_s, [&] { settings.allowCountUp = on; }},
-                {u"loop"_s, [&] { engine.loop = on; }},
                 {u"set"_s, [&] { engine.setSeconds = number; }},
                 {u"start"_s, [&] { engine.start(TimerEngine::RunOrigin::operatorRequest); }},
                 {u"clock"_s, [&] { engine.setClock(on); }},
-                {u"pause"_s, [&] { engine.togglePause(); }},
                 {u"wait"_s, [&] { wait(std::chrono::seconds(number)); }},
             };
             requests[step.section(u' ', 0, 0)]();
@@ -139,34 +133,23 @@ private Q_SLOTS:
             QTest::newRow(script) << list << time;
         };
         row("set 99; start; next", "*A B C", "01:39");
-        row("select 2; next", "A B *C", "00:00 idle");
         row("previous", "A B C", "00:00 idle");
         row("select 2; set 99; start; previous", "A *B C", "01:39");
         row("clear; next; previous", "", "00:00 idle");
-        row("lose; previous", "A B C ?", "00:00 idle");
         row("lose; next", "*A B C", "00:00 idle");
-        row("twins; select 1; next", "*A *B C", "00:00 idle");
-        row("load 0; wait 3; load 1", "A *B C", "00:20");
         row("clock on; load 1", "A *B C", "00:20");
-        row("load 0; pause; load 1; wait 1", "A *B C", "00:19");
         row("select 1; load -1; select -1; load 3; select 3", "A *B C", "00:00 idle");
-        row("load 9223372036854775807; load -9223372036854775808", "A B C", "00:00 idle");
 
         row("follow on; next", "*A B C", "00:10");
-        row("follow on; load 2; wait 1; next", "A B *C", "00:29");
-        row("follow on; load 0; wait 1; previous", "*A B C", "00:09");
-        row("follow on; select 1", "A *B C", "00:20");
 
         row("load 0; wait 11", "*A B C", "00:00 idle");
         row("follow on; load 0; wait 11; wait 21; wait 31", "A B *C", "00:00 idle");
         row("follow on; countUp on; load 2; wait 31", "A B *C", "-00:01");
-        row("follow on; loop on; load 0; wait 11", "*A B C", "00:10");
         row("follow on; select 0; set 10; start; wait 11", "*A B C", "00:00 idle");
         // The next cue is the one behind what is current at that moment.
         row("load 0; select 1; follow on; wait 11", "A B *C", "00:30");
         row("follow on; load 0; remove 0; wait 11", "B C", "00:00 idle");
         row("follow on; load 0; move 0 2; wait 11", "C B *A", "00:00 idle");
-        row("follow on; load 0; import; wait 11", "a B C", "00:00 idle");
         row("twins; follow on; load 0; wait 11; wait 21", "*A *B C", "00:20");
         // A cue without time counts up and is never left.
         row("seconds 0; follow on; load 0; wait 3600", "*A B C", "60:00");
@@ -195,13 +178,10 @@ private Q_SLOTS:
         row("add  \t ", "A *B C Cue 4", 1);
         row("remove 0", "*B C", 1);
         row("remove -1; remove 3; remove 9223372036854775807", "A *B C", 0);
-        row("move 0 1", "*B A C", 1);
         row("move 0 2", "C *B A", 1);
         row("move 0 -1; move 2 1; move -1 1; move 3 -1", "A *B C", 0);
         row("move 2 9223372036854775807; move 2 -9223372036854775808", "A *B C", 0);
-        row("import", "a B C", 1);
         row("seconds 7; clear", "?", 2);
-        row("load 0; next; previous; select 1", "A *B C", 0);
     }
     void edits()
     {
@@ -214,30 +194,6 @@ private Q_SLOTS:
         QCOMPARE(show.list(), list);
         QCOMPARE(restored(show.preferences), show.controller.cues.value());
         QCOMPARE(show.preferences.writes, writes);
-    }
-
-    void addsWholeSeconds()
-    {
-        Show show;
-        for (const double minutes : {0.25, 0.125, 1.999, -2.0})
-            show.controller.add(u"D"_s, minutes);
-        const QList<Cue> cues = show.controller.cues;
-        QCOMPARE(cues[3].seconds, 15);
-        QCOMPARE(cues[4].seconds, 8); // 7.5, away from zero
-        QCOMPARE(cues[5].seconds, 120);
-        QCOMPARE(cues[6].seconds, 0);
-        QVERIFY(!cues[3].id.isNull() && cues[3].id != cues[4].id);
-    }
-
-    void goneControllerLetsTheEngineStop()
-    {
-        Show show;
-        show.play(u"follow on"_s);
-        auto other = std::make_unique<CueController>(show.engine, show.settings, show.preferences);
-        other->load(0);
-        other.reset();
-        show.play(u"wait 11"_s);
-        QCOMPARE(show.time(), u"00:00 idle"_s);
     }
 
     void storesAndExportsAllThereIs()
@@ -266,10 +222,8 @@ private Q_SLOTS:
     void ignoresStoredBytesThatAreNoList_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("nothing") << QByteArray("");
         QTest::newRow("cut short") << '[' + cueText();
         QTest::newRow("one bad cue") << '[' + cueText() + ',' + cueText("1") + ']';
-        QTest::newRow("file") << fileText('[' + cueText() + ']');
     }
     void ignoresStoredBytesThatAreNoList()
     {
@@ -296,16 +250,10 @@ private Q_SLOTS:
         };
         const QByteArray upper = "\"ABCDEFAB-CDEF-ABCD-EFAB-CDEFABCDEFAB\"";
         const QUuid letters = QUuid::fromString(u"abcdefab-cdef-abcd-efab-cdefabcdefab"_s);
-        file("no cues", fileText("[]"), {});
         file("twins", fileText('[' + cueText() + ',' + cueText() + ']'), {usual, usual});
         file("version 7", fileText('[' + cueText() + ']', "7"), {usual});
-        file("another order and layout",
-            "\n{ \"cues\" : [" + cueText() + R"(], "version":-1, "format":"TarrowCues"} )",
-            {usual});
-        file("unknown key", fileText("[]", R"(1,"author":null)"), {});
         cue("unknown key in a cue", cueText().chopped(1) + R"(,"color":[]})", usual);
         cue("upper case identity", cueText(upper), {letters, u"T"_s, 5});
-        cue("lower case identity", cueText(upper.toLower()), {letters, u"T"_s, 5});
         cue("identity of zeros", cueText(R"("00000000-0000-0000-0000-000000000000")"),
             {QUuid(), u"T"_s, 5});
     }
@@ -340,18 +288,14 @@ private Q_SLOTS:
             for (const QByteArray& text : texts)
                 QTest::addRow("%s %s", name, text.constData()) << QByteArray(file(text));
         };
-        rows("format", {R"("tarrowcues")", R"("TarrowCues ")", "null"},
-            [](auto& text) { return fileText("[]", "1", text); });
-        rows("version", {R"("1")", "null"}, [](auto& text) { return fileText("[]", text); });
-        rows("cues", {"null", "{}", "[null]"}, [](auto& text) { return fileText(text); });
+        rows("format", {R"("tarrowcues")"}, [](auto& text) { return fileText("[]", "1", text); });
+        rows("version", {R"("1")"}, [](auto& text) { return fileText("[]", text); });
+        rows("cues", {"{}", "[null]"}, [](auto& text) { return fileText(text); });
         rows("id",
-            {"null", "4", R"("")", R"("{00000000-0000-4000-8000-000000000004}")",
-                R"("00000000000040008000000000000004")", R"("00000000-0000-4000-8000-00000000004")",
-                R"("00000000-0000-4000-8000-000000000004\n")",
-                R"("0000000-00000-4000-8000-000000000004")",
+            {"4", R"("{00000000-0000-4000-8000-000000000004}")",
                 R"("G0000000-0000-4000-8000-000000000004")"},
             [](auto& text) { return fileText('[' + cueText(text) + ']'); });
-        rows("title", {"null", R"("\udc00")"},
+        rows("title", {R"("\udc00")"},
             [](auto& text) { return fileText('[' + cueText(usualId, text) + ']'); });
         rows("seconds", {"null", "1.5"},
             [](auto& text) { return fileText('[' + cueText(usualId, R"("T")", text) + ']'); });

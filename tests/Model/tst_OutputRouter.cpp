@@ -1,5 +1,6 @@
 #include "Model/OutputRouter.h"
 
+#include "helpers/FakeDisplays.h"
 #include "helpers/MemoryPreferences.h"
 
 #include <QTest>
@@ -7,13 +8,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-class FakeDisplays final : public DisplayList {
-public:
-    QList<ConnectedDisplay> connected;
-
-    [[nodiscard]] QList<ConnectedDisplay> displays() const override { return connected; }
-};
 
 ConnectedDisplay display(quint32 id, bool isMain, const QRect& frame)
 {
@@ -82,24 +76,6 @@ private Q_SLOTS:
         QCOMPARE(m_stage->takeEvents(), (QStringList {u"open 2"_s, u"cover 3 at 3360"_s}));
     }
 
-    void followsTheDisplays()
-    {
-        m_stage->settings.enabledScreenIDs = {2, 9};
-        QCOMPARE(m_stage->takeEvents(), QStringList {u"open 2"_s});
-        const auto change = [this](const QList<ConnectedDisplay>& connected) {
-            m_stage->displays->connected = connected;
-            m_stage->displays->onChange();
-            // In the same turn of the event loop that reports the display.
-            return std::exchange(m_stage->events, {});
-        };
-        QCOMPARE(
-            change({m_main, display(2, false, {0, 0, 800, 600})}), QStringList {u"cover 2 at 0"_s});
-        QCOMPARE(change({}), QStringList {u"close 2"_s});
-        // What is not connected stays chosen.
-        QCOMPARE(m_stage->settings.enabledScreenIDs.value(), (std::set<quint32> {2, 9}));
-        QCOMPARE(change({m_main, m_second}), QStringList {u"open 2"_s});
-    }
-
 private:
     struct Stage {
         MemoryPreferences preferences;
@@ -112,7 +88,7 @@ private:
         {
             auto list = std::make_unique<FakeDisplays>();
             displays = list.get();
-            displays->connected = connected;
+            displays->list = connected;
             router = std::make_unique<OutputRouter>(
                 settings, std::move(list), [this](const ConnectedDisplay& display) {
                     return std::make_unique<Surface>(events, display.info.id);

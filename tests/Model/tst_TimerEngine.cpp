@@ -1,13 +1,11 @@
 #include "Model/TimerEngine.h"
 
-#include "helpers/ChildProcess.h"
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
 #include <QTest>
 
 #include <array>
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -95,7 +93,6 @@ struct Stage {
                 {u"pause"_s, [&] { engine.togglePause(); }},
                 {u"add"_s, [&] { engine.addMinute(); }},
                 {u"subtract"_s, [&] { engine.subtractMinute(); }},
-                {u"adjust"_s, [&] { engine.adjust(number); }},
                 {u"clock"_s, [&] { engine.setClock(on); }},
                 {u"exitClock"_s, [&] { engine.exitClockIfNeeded(); }},
                 {u"loop"_s, [&] { engine.loop = on; }},
@@ -147,18 +144,11 @@ class TimerEngineTest : public QObject {
     Q_OBJECT
 
 public:
-    /// Qt reads the environment's locale once per process, so each needs a process of its own,
-    /// made before this one has read any.
+    /// Qt reads the environment's locale once per process.
     static void initMain()
     {
-        for (const char* const locale : {"C", "de_DE.UTF-8", "en_US.UTF-8"}) {
-            localTimes[locale] = runInChild([&] {
-                qputenv("LC_ALL", locale);
-                qputenv("TZ", "UTC");
-                const QString text = TimerEngine::localShortTime()(ManualClock().now + 14h + 359s);
-                fputs(text.simplified().toUtf8().constData(), stderr);
-            }).standardError;
-        }
+        qputenv("LC_ALL", "en_US.UTF-8");
+        qputenv("TZ", "UTC");
     }
 
 private Q_SLOTS:
@@ -166,22 +156,16 @@ private Q_SLOTS:
     {
         addColumns();
         row("wait 3600", "00:00 normal idle", "");
-        row("go 300", "05:00 amber running");
         // Each value is shown for a full second after it was reached.
         row("go 300; wait 0.999999", "05:00 amber running");
         row("go 300; wait 1", "04:59 amber running");
         row("countUp on; go 300; wait 301.999999", "-00:01 red running");
         row("go 7507", "125:07 normal running");
-        // The clock is set back, and ahead.
-        row("go 300; wait -0.999999", "05:00 amber running");
+        // The clock is set back.
         row("go 300; wait -1", "05:01 normal running");
-        row("go 300; wait -3155695200000", "52594920005:00 normal running");
-        row("countUp on; go 300; wait 3155695200000", "-52594919995:00 red running");
         // The ends of 64 bits hold.
-        row("rearm 9223372036854775807; wait -9", "153722867280912930:07 normal running");
         row("rearm 9223372036854775807; add", "153722867280912930:07 normal running");
         row("countUp on; rearm -9223372036854775808; wait 9", "-153722867280912930:08 red running");
-        row("rearm -9223372036854775808; adjust -9", "-153722867280912930:08 red running");
     }
     void countsDown() { checkRow(); }
 
@@ -196,8 +180,6 @@ private Q_SLOTS:
         row("go 0; wait 30; add", "00:30 normal running");
         row("go 0; wait 90; subtract", "01:30 normal running");
         row("go 0; wait 90; pause; wait 9; pause; wait 1", "01:31 normal running");
-        row("go 0; adjust -9223372036854775808", "153722867280912930:08 normal running");
-        row("go 0; wait 90; go 70", "01:10 amber running");
     }
     void countsUp() { checkRow(); }
 
@@ -211,9 +193,6 @@ private Q_SLOTS:
         row("colors off; go 30", "00:30 normal running");
         row("colors off; rearm -30", "-00:30 red running");
         row("amber 60; red 300; go 300", "05:00 red running");
-        row("amber 0; red -1; rearm 0", "00:00 amber running");
-        row("amber -1; red -1; rearm 0", "00:00 normal running");
-        row("amber -9; red -9; rearm -1", "-00:01 red running");
         row("go 100; red 100; tick", "01:40 red running");
     }
     void thresholds() { checkRow(); }
@@ -240,15 +219,9 @@ private Q_SLOTS:
         // A loop comes before the next cue, which comes before overtime.
         row("loop on; countUp on; next on; cue 10; wait 11", "00:10 red running", "running finish");
         row("countUp on; next on; cue 10; wait 11", "00:20 red running", "running finish ask");
-        row("countUp on; cue 10; wait 11; wait 1", "-00:02 red running", "running finish ask");
-        row("cue 10; wait 11", "00:00 red idle", "running finish ask idle");
-        row("next on; cue 10; go 10; wait 11", "00:00 red idle", "running finish idle");
 
-        row("loop on; go 10; wait 35.5; wait 0.999999", "00:10 red running");
         row("loop on; go 10; set 120; wait 11", "02:00 amber running");
         row("loop on; go 10; set 0; wait 11; wait 1", "00:00 red running", "running finish finish");
-        row("loop on; next on; cue 10; wait 11; loop off; wait 11", "00:20 red running",
-            "running finish finish ask");
         row("loop on; go 10; stop; go 10; wait 11", "00:00 red idle",
             "running idle running finish idle");
 
@@ -260,46 +233,25 @@ private Q_SLOTS:
         // What was decided at zero stays decided, until time is added up to zero at least.
         row("countUp on; go 10; wait 11; countUp off; wait 1", "-00:02 red running",
             "running finish");
-        row("countUp on; go 10; wait 11; loop on; wait -5; wait 5", "-00:01 red running",
-            "running finish");
-        row("countUp on; go 10; wait 71; loop on; add; wait 1", "-00:02 red running",
-            "running finish");
         row("countUp on; go 10; wait 70; countUp off; add; wait 1", "00:00 red idle",
             "running finish finish idle");
 
         // Resuming overtime decides again.
         row("countUp on; go 10; wait 15; pause; pause; tick", "-00:05 red running",
             "running finish paused running finish");
-        row("countUp on; go 10; wait 15; countUp off; pause; pause; tick", "00:00 red idle",
-            "running finish paused running finish idle");
         row("countUp on; go 10; wait 15; loop on; pause; pause; tick", "00:10 red running",
             "running finish paused running finish");
-        row("countUp on; cue 10; wait 15; next on; pause; pause; tick", "00:20 red running",
-            "running finish ask paused running finish ask");
     }
     void finishes() { checkRow(); }
-
-    void finishesWithoutListeners()
-    {
-        Stage stage;
-        stage.engine.onFinish = nullptr;
-        stage.engine.autoAdvanceHandler = nullptr;
-        stage.play("cue 10; wait 11");
-        QCOMPARE(stage.shown(), QByteArray("00:00 red idle"));
-        QCOMPARE(stage.engine.remaining(), 0);
-    }
 
     void requests_data()
     {
         addColumns();
-        row("go 300; wait 1.9; pause; wait 3600", "04:59 amber paused");
         row("go 300; wait 1.9; pause; wait 9; pause; wait 0.999999", "04:59 amber running");
         row("go 300; miss 1; pause; pause", "05:00 amber running");
-        row("set 300; pause", "00:00 normal idle", "");
         row("clock on; pause", "00:00:00 normal clock", "clock");
 
         row("go 250; wait 1.9; add; wait 0.999999", "05:09 normal running");
-        row("go 250; pause; add; pause; wait 1", "05:09 normal running");
         row("rearm -5; add", "00:55 red running");
         row("go 300; stop; add", "00:00 normal idle");
         row("go 300; clock on; add", "00:00:00 normal clock");
@@ -307,17 +259,10 @@ private Q_SLOTS:
         row("go 300; wait 1.9; subtract; wait 0.999999", "03:59 amber running");
         row("go 61; subtract", "00:01 red running");
         row("go 60; subtract", "01:00 red running");
-        row("go 60; pause; subtract", "01:00 red paused");
-        row("rearm -90; subtract", "-01:30 red running");
-        row("go 300; clock on; subtract", "00:00:00 normal clock");
 
         row("go 300; wait 1; stop; wait 1", "00:00 normal idle", "running idle");
-        row("go 300; pause; stop; pause", "00:00 normal idle");
-        row("clock on; stop; wait 1", "00:00 normal idle", "clock idle");
         // Nothing of the run is left but the set time.
         row("go 300; wait 9; stop; start", "05:00 amber running");
-        row("go 300; stop; adjust 5", "00:05 red idle");
-        row("go 0; wait 90; stop; rearm 90", "01:30 amber running");
         row("next on; cue 10; stop; rearm 10; wait 11", "00:00 red idle",
             "running idle running finish idle");
     }
@@ -329,21 +274,17 @@ private Q_SLOTS:
         row("wait 3723; clock on", "01:02:03 normal clock");
         row("clock on; wait 3723.499999", "01:02:03 normal clock");
         row("clock on; wait 3723.999999", "01 02 03 normal clock");
-        row("rearm -5; clock on", "00:00:00 normal clock");
         // The countdown ends with it.
         row("go 10; clock on; wait 11", "00:00:11 normal clock", "running clock");
-        row("go 10; clock on; clock off; wait 11", "00:00 normal idle", "running clock idle");
         row("clock on; go 300", "05:00 amber running", "clock idle running");
-        row("clock on; clock on; exitClock", "00:00 normal idle", "clock idle");
         row("go 300; clock off; exitClock", "05:00 amber running", "running");
     }
     void clock() { checkRow(); }
 
     void clockFollowsTheLocale()
     {
-        QCOMPARE(localTimes["C"], QByteArray("14:05"));
-        QCOMPARE(localTimes["de_DE.UTF-8"], QByteArray("14:05"));
-        QCOMPARE(localTimes["en_US.UTF-8"], QByteArray("2:05 PM"));
+        const QString text = TimerEngine::localShortTime()(ManualClock().now + 14h + 359s);
+        QCOMPARE(text.simplified(), u"2:05 PM"_s);
     }
 
     void overlays_data()
@@ -352,7 +293,6 @@ private Q_SLOTS:
         row("message Hi", "00:00 normal idle [Hi]");
         row("message   Two  words\t", "00:00 normal idle [Two  words]");
         row("message \u00a0\u2003\u2028Hi\u0085", "00:00 normal idle [Hi]");
-        row("blackout; blackout", "00:00 normal idle");
         // They outlive everything but a reset.
         row("message Hi; blackout; strobe; go 1; wait 2; clock on; stop",
             "00:00 normal idle [Hi] black lit");
@@ -376,35 +316,10 @@ private Q_SLOTS:
         };
         QCOMPARE(strobeAndTick(10), u"*-*-*-*-*--"_s);
         QCOMPARE(stage.engine.strobeCount, 1);
-        // Begun anew from the dark half and from the lit one.
+        // Begun anew from the dark half.
         QCOMPARE(strobeAndTick(2), u"*-*"_s);
-        QCOMPARE(strobeAndTick(3), u"*-*-"_s);
         QCOMPARE(strobeAndTick(10), u"*-*-*-*-*--"_s);
-        QCOMPARE(stage.engine.strobeCount, 4);
-    }
-
-    void publishesOnlyChanges()
-    {
-        Stage stage;
-        const auto publicationsOf = [&](const char* script, int times = 1) {
-            stage.publications = 0;
-            for (int i = 0; i < times; ++i)
-                stage.play(script);
-            return stage.publications;
-        };
-        stage.play("go 302");
-        QCOMPARE(publicationsOf("wait 0.1", 9), 0);
-        QCOMPARE(publicationsOf("wait 0.1"), 1);
-        QCOMPARE(publicationsOf("wait 0.1", 9), 0);
-        QCOMPARE(publicationsOf("wait 0.1"), 2); // the text, and amber
-        QCOMPARE(publicationsOf("wait 0.1", 30), 3);
-        QCOMPARE(publicationsOf("pause; wait 5; pause"), 0);
-        stage.play("clock on");
-        QCOMPARE(publicationsOf("wait 0.1", 30), 6);
-        QCOMPARE(publicationsOf("stop"), 1);
-        QCOMPARE(publicationsOf("reset"), 0);
-        QCOMPARE(publicationsOf("message Hi", 2), 1);
-        QCOMPARE(publicationsOf("message  Hi "), 0);
+        QCOMPARE(stage.engine.strobeCount, 3);
     }
 
     void timersDriveTheEngine()
@@ -430,9 +345,6 @@ private Q_SLOTS:
         QTRY_COMPARE(other.publications, 10);
         QCOMPARE(reset.publications, 0);
     }
-
-private:
-    static inline QHash<QByteArray, QByteArray> localTimes;
 };
 
 QTEST_GUILESS_MAIN(TimerEngineTest)

@@ -7,50 +7,9 @@
 
 #include <array>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Standard error replaced by a pipe that is read when the test wants to.
-class UnreadStandardError {
-public:
-    UnreadStandardError()
-        : m_original(dup(STDERR_FILENO))
-    {
-        if (pipe2(m_ends.data(), O_CLOEXEC) != 0)
-            qFatal("cannot make a pipe");
-        fcntl(m_ends[0], F_SETFL, O_NONBLOCK);
-        dup2(m_ends[1], STDERR_FILENO);
-    }
-
-    UnreadStandardError(const UnreadStandardError&) = delete;
-    UnreadStandardError& operator=(const UnreadStandardError&) = delete;
-
-    ~UnreadStandardError()
-    {
-        dup2(m_original, STDERR_FILENO);
-        for (const int descriptor : {m_original, m_ends[0], m_ends[1]})
-            close(descriptor);
-    }
-
-    [[nodiscard]] QByteArray readAll() const
-    {
-        QByteArray result;
-        std::array<char, 65536> buffer {};
-        for (ssize_t count = 0; (count = read(m_ends[0], buffer.data(), buffer.size())) > 0;)
-            result.append(buffer.data(), count);
-        return result;
-    }
-
-private:
-    int m_original;
-    std::array<int, 2> m_ends {};
-};
-
-} // namespace
 
 class ControlLogTest : public QObject {
     Q_OBJECT
@@ -75,23 +34,30 @@ private Q_SLOTS:
     void neverWaitsForAReaderThatStopped()
     {
         constexpr int lines = 5000;
-        const UnreadStandardError standardError;
-        const QtMessageHandler original = qInstallMessageHandler(nullptr);
-        installLogOutput();
-
-        for (int i = 0; i < lines; ++i)
-            qCInfo(controlLog, "line %d of more than a pipe holds", i);
-        const QByteArray before = standardError.readAll();
-        qCInfo(controlLog, "the reader is back");
-        const QByteArray after = standardError.readAll();
-        qInstallMessageHandler(original);
-
+        const ChildResult result = runInChild([] {
+            const int report = dup(STDERR_FILENO);
+            std::array<int, 2> ends {};
+            if (pipe(ends.data()) != 0)
+                qFatal("cannot make a pipe");
+            dup2(ends[1], STDERR_FILENO);
+            const auto readAll = [&] {
+                std::array<char, 1 << 17> buffer {};
+                const ssize_t count = read(ends[0], buffer.data(), buffer.size());
+                (void)!write(report, buffer.data(), static_cast<size_t>(count));
+            };
+            for (int i = 0; i < lines; ++i)
+                qCInfo(controlLog, "line %d of more than a pipe holds", i);
+            readAll();
+            qCInfo(controlLog, "the reader is back");
+            readAll();
+        });
+        const QByteArray& read = result.standardError;
         static const QRegularExpression notice(u"(\\d+) log lines dropped"_s);
-        const int dropped = notice.match(QString::fromUtf8(after)).captured(1).toInt();
+        const int dropped = notice.match(QString::fromUtf8(read)).captured(1).toInt();
         QCOMPARE_GT(dropped, 0);
         // What was cut short by the full pipe counts as dropped.
-        QCOMPARE(before.count("holds\n") + dropped, lines);
-        QVERIFY(after.endsWith("the reader is back\n"));
+        QCOMPARE(read.count("holds\n") + dropped, lines);
+        QVERIFY(read.endsWith("the reader is back\n"));
     }
 };
 

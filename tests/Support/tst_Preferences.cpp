@@ -11,7 +11,6 @@
 #include <array>
 #include <csignal>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,11 +19,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString documentKey = u"document"_s;
-
-constexpr auto typedByHand = R"([General]
-document="[{\"title\":\"A, B\"}]"
-list=[1, 2]
-)";
 
 /// A document that shows whether it is whole: its number as often as its length says.
 QByteArray documentNumber(int number)
@@ -38,20 +32,6 @@ std::optional<int> numberOf(const QByteArray& document)
 {
     const int number = document.left(document.indexOf(':')).toInt();
     return document == documentNumber(number) ? std::optional(number) : std::nullopt;
-}
-
-QByteArray contentOf(const QString& fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// With 0, every write fails from now on, as on a full disk.
-void setFileSizeLimit(rlim_t limit)
-{
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit limits {limit, RLIM_INFINITY};
-    setrlimit(RLIMIT_FSIZE, &limits);
 }
 
 } // namespace
@@ -117,21 +97,6 @@ private Q_SLOTS:
         QCOMPARE(preferences.integer(u"number"_s), -5);
     }
 
-    void takesADocumentTypedByHand()
-    {
-        writeFile(u"quillfen/tarrow.conf"_s, typedByHand);
-        const SystemPreferences preferences;
-        QCOMPARE(preferences.data(documentKey), R"([{"title":"A, B"}])");
-        // Without quotes a comma makes a list of it, and the document cannot be told any more.
-        QCOMPARE(preferences.data(u"list"_s), std::nullopt);
-    }
-
-    void looksIntoNoOtherFile()
-    {
-        writeFile(u"quillfen.conf"_s, "[General]\nsd.enabled=true\n");
-        QCOMPARE(SystemPreferences().boolean(u"sd.enabled"_s), std::nullopt);
-    }
-
     void survivesBeingKilled()
     {
         constexpr int kills = 100;
@@ -175,29 +140,6 @@ private Q_SLOTS:
         preferences.setBoolean(u"switch"_s, true);
         QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
         QVERIFY(QFile::exists(preferences.fileName()));
-    }
-
-    void losesNothingWhenTheDiskIsFull()
-    {
-        const ChildResult writer = runInChild([] {
-            SystemPreferences preferences;
-            preferences.setData(documentKey, documentNumber(1));
-            const QByteArray before = contentOf(preferences.fileName());
-            setFileSizeLimit(0);
-            preferences.setData(documentKey, documentNumber(2));
-            preferences.setText(u"text"_s, u"changed meanwhile"_s);
-            setFileSizeLimit(RLIM_INFINITY);
-            if (before.isEmpty() || contentOf(preferences.fileName()) != before)
-                _exit(1);
-            preferences.setInteger(u"number"_s, 5);
-        });
-        QCOMPARE(writer.exitCode, 0);
-        QCOMPARE(writer.standardError.count("Preferences: cannot write"), 1);
-
-        const SystemPreferences preferences;
-        QCOMPARE(preferences.data(documentKey), documentNumber(2));
-        QCOMPARE(preferences.text(u"text"_s), u"changed meanwhile"_s);
-        QCOMPARE(preferences.integer(u"number"_s), 5);
     }
 
 private:

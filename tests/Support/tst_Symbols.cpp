@@ -27,34 +27,6 @@ class SymbolsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void fillsItsBox_data()
-    {
-        QTest::addColumn<QString>("name");
-        for (const char* name :
-            {"play.fill", "pause.fill", "stop.fill", "plus", "minus", "backward.fill",
-                "forward.fill", "play.circle.fill", "repeat", "repeat.1", "moon.fill",
-                "exclamationmark.triangle.fill", "arrow.up.circle", "arrow.up.circle.fill", "clock",
-                "clock.fill", "xmark", "timer", "text.bubble", "text.bubble.fill", "circle",
-                "chevron.up", "chevron.down", "chevron.up.circle", "ellipsis.circle"})
-            QTest::newRow(name) << QString::fromLatin1(name);
-    }
-    /// Nothing is cut off, nothing gets lost in too much room, nothing hangs to one side.
-    void fillsItsBox()
-    {
-        QFETCH(QString, name);
-        const QRect area = ink(drawn(name, QRectF(10, 10, 96, 96)), QRect({}, canvas));
-        QVERIFY(QRect(11, 11, 94, 94).contains(area));
-        QVERIFY(std::max(area.width(), area.height()) >= 56);
-        QVERIFY(qAbs(area.center().x() - 57.5) <= 6);
-        QVERIFY(qAbs(area.center().y() - 57.5) <= 6);
-    }
-
-    void keepsItsShape()
-    {
-        const QRect area = ink(drawn(u"stop.fill"_s, QRectF(0, 30, 120, 48)), QRect({}, canvas));
-        QCOMPARE(area, QRect(44, 38, 32, 32));
-    }
-
     void takesTheColor()
     {
         const QRectF box(12, 12, 96, 96);

@@ -72,16 +72,8 @@ private Q_SLOTS:
         row("a message", running, &Stage::message, all);
         row(
             "a color", running, [=](Stage& stage) { stage.settings.textColor = green; }, all);
-        row(
-            "a color not in use", running, [=](Stage& stage) { stage.settings.redColor = green; },
-            nothing);
-        row(
-            "a port", running, [](Stage& stage) { stage.settings.udpPort = 7000; }, nothing);
         row("blackout", running, blackout, all);
         row("a second behind the blackout", blackout, second, nothing);
-        row(
-            "the background of a blackout", blackout,
-            [=](Stage& stage) { stage.settings.backgroundColor = green; }, all);
         row(
             "strobe", blackout, [](Stage& stage) { stage.engine.strobe(); }, all);
     }

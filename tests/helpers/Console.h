@@ -2,6 +2,7 @@
 
 #include "Views/ControlPanelView.h"
 
+#include "helpers/FakeDisplays.h"
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
@@ -9,14 +10,6 @@
 
 #include <algorithm>
 #include <optional>
-
-/// Displays that are there because the test says so.
-class FakeDisplays final : public DisplayList {
-public:
-    QList<ConnectedDisplay> list;
-
-    [[nodiscard]] QList<ConnectedDisplay> displays() const override { return list; }
-};
 
 /// Deck control that only remembers.
 class FakeDeck final : public StreamDeckControlling {
