@@ -37,13 +37,6 @@ void press(const XServer& server, QPoint place)
     server.run(u"xdotool mousemove %1 %2 click 1"_s.arg(displayWidth + place.x()).arg(place.y()));
 }
 
-/// Every write of the process fails from now on, or may succeed.
-void setDiskIsFull(RunningProgram& program, bool isFull)
-{
-    const rlimit limits {isFull ? 0 : RLIM_INFINITY, RLIM_INFINITY};
-    prlimit(static_cast<pid_t>(program.process().processId()), RLIMIT_FSIZE, &limits, nullptr);
-}
-
 /// The preferences give way to a folder, and come back.
 void setIsUnreadable(RunningProgram& program, bool isUnreadable)
 {
@@ -68,7 +61,6 @@ qsizetype openDescriptors(RunningProgram& program)
 }
 
 using Break = std::function<void(RunningProgram&)>;
-using Fault = void (*)(RunningProgram&, bool);
 
 } // namespace
 
@@ -84,7 +76,6 @@ private Q_SLOTS:
     void startsWithoutReadablePreferences_data();
     void startsWithoutReadablePreferences();
     void goesOnAfterASuspension();
-    void storesLaterWhatItCouldNot_data();
     void storesLaterWhatItCouldNot();
     void outlivesTheSessionBus();
     void outlivesACrowd_data();
@@ -220,30 +211,19 @@ void FaultsTest::goesOnAfterASuspension()
     QCOMPARE(program.state()[u"phase"], u"paused"_s);
 }
 
-void FaultsTest::storesLaterWhatItCouldNot_data()
-{
-    QTest::addColumn<Fault>("set");
-
-    QTest::newRow("disk full") << Fault(setDiskIsFull);
-    QTest::newRow("preferences unreadable") << Fault(setIsUnreadable);
-}
-
 void FaultsTest::storesLaterWhatItCouldNot()
 {
-    QFETCH(const Fault, set);
-
     XServer server;
     RunningProgram program;
     program.setStored(RunningProgram::cuesKey, cues);
     program.setSettings({{u"webRemoteEnabled"_s, true}});
-    program.process().setChildProcessModifier([] { std::signal(SIGXFSZ, SIG_IGN); });
     startWithSettingsShown(program, server);
 
-    set(program, true);
+    setIsUnreadable(program, true);
     press(server, overtimeChip);
     QVERIFY(program.waitForLog("Preferences: cannot write"));
     QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
-    set(program, false);
+    setIsUnreadable(program, false);
     QCOMPARE(program.storedSettings()[u"allowCountUp"], false);
 
     press(server, warningToggle);

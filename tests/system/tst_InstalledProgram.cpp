@@ -1,7 +1,5 @@
 #include "StreamDeck/StreamDeckRoles.h"
-#include "Update/UpdateChecker.h"
 #include "Views/OutputPicture.h"
-#include "Windows/IconRenderer.h"
 
 #include "helpers/DeckReports.h"
 #include "helpers/FakeDecks.h"
@@ -16,8 +14,6 @@
 #include <QPainter>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -39,24 +35,6 @@ QString programOfDesktopEntry(const QString& prefix)
     return QStandardPaths::findExecutable(words.value(0), {prefix + u"/bin"_s});
 }
 
-/// A feed with nothing new.
-class Feed : public QTcpServer {
-public:
-    Feed()
-    {
-        if (!listen(QHostAddress::LocalHost))
-            qFatal("cannot listen");
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket* socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-                socket->write("HTTP/1.1 200 OK\r\n\r\n"
-                              R"({"version":"0","downloadURL":"https://example.org/"})");
-                socket->disconnectFromHost();
-            });
-        });
-    }
-};
-
 } // namespace
 
 /// One evening with the installed program: a test after the other, each with what the ones before
@@ -68,7 +46,6 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void docksItsConsoleAndTakesTheSecondDisplay();
-    void asksForUpdatesQuietly();
     void isSetUpAtTheConsole();
     void showsTheSameEverywhere_data();
     void showsTheSameEverywhere();
@@ -93,7 +70,6 @@ private:
     [[nodiscard]] DisplaySnapshot toldSnapshot();
     [[nodiscard]] QImage paintedPicture(const DisplaySnapshot& snapshot) const;
     [[nodiscard]] QImage displayedPicture() const;
-    [[nodiscard]] QImage icon() const;
     [[nodiscard]] QList<int> keysUnlike(
         const std::function<StreamDeckImage::KeyFace(const StreamDeckRole&)>& expected);
     [[nodiscard]] QByteArray runtimeLog() const;
@@ -102,7 +78,6 @@ private:
     XServer m_server;
     SessionBus m_bus {SessionBus::Services::screenSaver};
     FakeDecks m_decks;
-    Feed m_feed;
     QProcess m_soundServer;
     QProcess m_recorder;
     std::unique_ptr<RunningProgram> m_program;
@@ -128,13 +103,6 @@ void InstalledProgramTest::initTestCase()
     QCOMPARE(QProcess::execute(
                  u"cmake"_s, {u"--install"_s, QStringLiteral(TARROW_BUILD), u"--prefix"_s, prefix}),
         0);
-    // As whoever packages it for a place of their own does.
-    QFile information(prefix + u"/share/tarrow/Info.json"_s);
-    QVERIFY(information.open(QIODevice::WriteOnly));
-    information.write(R"({"CFBundleShortVersionString":"1","TRUpdateFeedURL":"http://127.0.0.1:)"
-        + QByteArray::number(m_feed.serverPort()) + "/\"}");
-    information.close();
-
     m_program = std::make_unique<RunningProgram>();
     m_program->process().setProgram(programOfDesktopEntry(prefix));
     m_program->setShownOn(m_server);
@@ -207,19 +175,6 @@ QImage InstalledProgramTest::displayedPicture() const
     return QImage(file).convertToFormat(QImage::Format_RGB32);
 }
 
-QImage InstalledProgramTest::icon() const
-{
-    const QString property =
-        m_server.run(u"xprop -name Tarrow -len 4000000 -notype 32c _NET_WM_ICON"_s);
-    const QStringList numbers = property.section(u'=', 1).split(u',');
-    QImage image(numbers.value(0).toInt(), numbers.value(1).toInt(), QImage::Format_ARGB32);
-    if (numbers.size() != 2 + image.width() * image.height())
-        return {};
-    for (int pixel = 0; pixel < image.width() * image.height(); ++pixel)
-        image.setPixel(pixel % image.width(), pixel / image.width(), numbers[2 + pixel].toUInt());
-    return image;
-}
-
 /// The keys that do not show what they should, by their roles.
 QList<int> InstalledProgramTest::keysUnlike(
     const std::function<StreamDeckImage::KeyFace(const StreamDeckRole&)>& expected)
@@ -255,12 +210,6 @@ void InstalledProgramTest::docksItsConsoleAndTakesTheSecondDisplay()
     QTRY_COMPARE(displayedPicture(), paintedPicture({}));
     QTRY_COMPARE(
         m_bus.screenSaver().inhibitors, QStringList {u"Tarrow: Tarrow stage timer is running"_s});
-}
-
-void InstalledProgramTest::asksForUpdatesQuietly()
-{
-    QTRY_VERIFY(!m_program->stored(UpdateChecker::lastCheckKey.toString()).isEmpty());
-    QCOMPARE(m_server.focusedWindow(), u"Tarrow"_s);
 }
 
 /// By the keyboard: the settings; backwards from there the finish buzzer, the deck, the web remote
@@ -300,7 +249,7 @@ void InstalledProgramTest::showsTheSameEverywhere_data()
     row("blackout", {"GO 12", "BLACK"}, {.isBlackout = true});
 }
 
-/// The display, the deck and the icon, by what the browser is told.
+/// The display and the deck, by what the browser is told.
 void InstalledProgramTest::showsTheSameEverywhere()
 {
     QFETCH(QByteArrayList, commands);
@@ -317,8 +266,6 @@ void InstalledProgramTest::showsTheSameEverywhere()
     expected.timeText = shown.timeText;
     QCOMPARE(shown, expected);
     QTRY_COMPARE(displayedPicture(), paintedPicture(shown));
-    QTRY_COMPARE(
-        icon(), IconRenderer::image(shown.timeText, 512).convertToFormat(QImage::Format_ARGB32));
     const StreamDeckState deckState {
         .snapshot = shown,
         .phase = TimerEngine::Phase::paused,
