@@ -23,7 +23,6 @@ class ProgramTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void obeysDatagrams();
     void goesOnWhileTheSoundServerHangs();
     void stopsOnWhatIsFatal();
     void endsOnSignals_data();
@@ -32,26 +31,6 @@ private Q_SLOTS:
     void outlivesTheReaderOfItsLog();
     void startsWithItsStreamsClosed();
 };
-
-void ProgramTest::obeysDatagrams()
-{
-    RunningProgram program;
-    QVERIFY(program.start());
-    QVERIFY(program.waitForLog("No display: running on Qt's offscreen platform, UDP port "
-        + QByteArray::number(program.port())));
-    for (const char* datagram : {"GO 5", "STOP", "\xff", "", "msg Doors \"open\"", "pause\r\n"})
-        program.send(datagram);
-    QVERIFY(program.waitForLog("command pause"));
-
-    QList<QByteArray> commands;
-    for (const QByteArray& line : program.log().split('\n')) {
-        if (const auto start = line.indexOf("command "); start >= 0)
-            commands.append(line.mid(start));
-    }
-    QCOMPARE(commands,
-        (QList<QByteArray> {
-            "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause"}));
-}
 
 void ProgramTest::goesOnWhileTheSoundServerHangs()
 {
