@@ -15,7 +15,6 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <cstdio>
 #include <thread>
@@ -77,10 +76,8 @@ void measureCountdown(FakeDecks& decks, RunningProgram& program)
 bool isBlackout(quint16 port)
 {
     HTTPPeer browser(port);
-    browser.send("GET /state HTTP/1.1\r\n\r\n");
-    while (!browser.receiveAll())
-        std::this_thread::yield();
-    return browser.received().contains("\"blackout\":true");
+    browser.get("/state");
+    return browser.answer().contains("\"blackout\":true");
 }
 
 void measurePresses(FakeDecks& decks, quint16 port)
@@ -110,16 +107,13 @@ int main(int argc, char* argv[])
     FakeDecks decks;
     decks.plug(0, Deck::xl);
     RunningProgram program;
-    program.setStored(
-        u"TarrowSettings.v1"_s, RunningProgram::settingsDocument({{u"webRemoteEnabled"_s, true}}));
+    program.setSettings({{u"webRemoteEnabled"_s, true}});
     program.setStoredText(u"sd.enabled"_s, u"true"_s);
-    static const QRegularExpression listening(u"Web remote on port (\\d+)"_s);
-    if (!program.start() || !program.waitForLog("Web remote on port"))
+    if (!program.start() || program.webPort() == 0)
         qFatal("the program does not start");
-    const quint16 port = listening.match(QString::fromUtf8(program.log())).captured(1).toUShort();
     takePictures(decks, keys);
 
     measureCountdown(decks, program);
-    measurePresses(decks, port);
+    measurePresses(decks, program.webPort());
     return 0;
 }

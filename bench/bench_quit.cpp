@@ -25,8 +25,7 @@ double quitMilliseconds(const XServer& server)
     FakeDecks decks;
     decks.plug(0, xl);
     RunningProgram program;
-    program.environment().insert(u"DISPLAY"_s, server.name());
-    program.environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    program.setShownOn(server);
     program.setStoredText(u"sd.enabled"_s, u"true"_s);
     if (!program.start())
         qFatal("the program does not start");

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QByteArray>
 
 #include <cstdlib>
 
@@ -11,4 +11,9 @@ inline void require(bool condition, const char* reason)
         return;
     qCritical("%s", reason);
     std::abort();
+}
+
+inline QByteArray byteArray(const uint8_t* data, size_t size)
+{
+    return {reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)};
 }

@@ -5,13 +5,18 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
+#include <QLoggingCategory>
 
 /// A timer with its running order, as a launch makes them of what `preferences` hold.
 struct Show {
     explicit Show(MemoryPreferences& stored)
         : preferences(stored)
     {
+        static int argc = 0;
+        static const QCoreApplication application(argc, nullptr);
+        QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
     }
 
     MemoryPreferences& preferences;

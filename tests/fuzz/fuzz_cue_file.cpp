@@ -3,16 +3,12 @@
 #include "Fuzzing.h"
 #include "Show.h"
 
-#include <QCoreApplication>
 #include <QJsonDocument>
 
 using namespace Qt::StringLiterals;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static int argc = 0;
-    static const QCoreApplication application(argc, nullptr);
-
     MemoryPreferences preferences;
     Show show(preferences);
     show.controller.add(u"Doors"_s, 5);
@@ -20,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QList<Cue> before = show.controller.cues;
     preferences.writes = 0;
 
-    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QByteArray bytes = byteArray(data, size);
     if (!show.controller.replaceCues(bytes)) {
         require(show.controller.cues.value() == before && show.controller.currentIndex() == 0
                 && preferences.writes == 0,

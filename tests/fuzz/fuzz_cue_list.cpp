@@ -4,7 +4,6 @@
 #include "Fuzzing.h"
 #include "Show.h"
 
-#include <QCoreApplication>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -41,12 +40,9 @@ void runThrough(Show& show)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static int argc = 0;
-    static const QCoreApplication application(argc, nullptr);
-
-    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QByteArray bytes = byteArray(data, size);
     MemoryPreferences preferences;
-    preferences.documents[CueController::defaultsKey.toString()] = bytes;
+    preferences.documents[CueController::defaultsKey] = bytes;
     Show show(preferences);
     require(preferences.writes == 0, "reading wrote");
     const QList<Cue> cues = show.controller.cues;

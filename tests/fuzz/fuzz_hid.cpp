@@ -1,24 +1,15 @@
 // All that a device says of itself and of its keys. The first byte names the model, the second one
 // the length of the report descriptor that follows; the rest is reports, each behind its length.
 
+#include "Fuzzing.h"
+
 #include "Platform/HIDReportDescriptor.h"
 #include "StreamDeck/StreamDeckKeys.h"
 
-#include <QByteArray>
-
 #include <algorithm>
-#include <cstdlib>
 #include <vector>
 
 namespace {
-
-void require(bool condition, const char* reason)
-{
-    if (condition)
-        return;
-    qCritical("%s", reason);
-    std::abort();
-}
 
 /// Takes so many bytes off the front, or what there is.
 QByteArray take(QByteArrayView& bytes, qsizetype length)

@@ -1,26 +1,17 @@
 // Everything that a web browser sends, from its bytes to the answer. The first byte says in what
 // pieces the rest arrives.
 
+#include "Fuzzing.h"
+#include "ThrowingTrap.h"
+
 #include "Net/HTTPRequest.h"
 #include "Net/WebRemoteServer.h"
-#include "Support/Trap.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-struct Trapped { };
-
-void require(bool condition, const char* reason)
-{
-    if (condition)
-        return;
-    qCritical("%s", reason);
-    std::abort();
-}
 
 /// The one request that may stop the process.
 bool hasNamelessParameter(QStringView target)
@@ -47,12 +38,6 @@ RequestHead readInPieces(QByteArrayView bytes, qsizetype pieceSize)
 }
 
 } // namespace
-
-/// Stands in for the one that ends the process.
-void trap(const QString& /*reason*/)
-{
-    throw Trapped();
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -35,43 +35,22 @@ void checkManifest(const QByteArray& bytes)
         "not what the feed said");
 }
 
-/// -1, 0 or 1 as `a` comes before, with or after `b`.
-int compare(const QString& a, const QString& b)
+void checkVersions(const QString& a, const QString& b)
 {
     const bool isAfter = UpdateChecker::isNewer(a, b);
-    const bool isBefore = UpdateChecker::isNewer(b, a);
-    require(!isAfter || !isBefore, "each newer than the other");
-    return isAfter - isBefore;
-}
-
-void checkVersion(const QString& version)
-{
-    require(compare(version, version) == 0, "newer than itself");
-    require(compare(version + u"..0."_s, version) == 0, "nothing more is something");
-    require(compare(version + u"rc1"_s, version) == 0, "a suffix counts");
-    require(compare(version + u".1"_s, version) == 1, "one piece more is not newer");
-}
-
-void checkOrder(const QString& a, const QString& b, const QString& c)
-{
-    const int order = compare(a, b);
-    require(compare(u"7."_s + a, u"7."_s + b) == order, "the first difference does not decide");
-    if (order == 0)
-        require(compare(a, c) == compare(b, c), "equals that compare differently");
-    if (order == compare(b, c))
-        require(compare(a, c) == order, "no order");
+    require(!isAfter || !UpdateChecker::isNewer(b, a), "each newer than the other");
+    require(!UpdateChecker::isNewer(a, a), "newer than itself");
+    require(UpdateChecker::isNewer(a + u".1"_s, a), "one piece more is not newer");
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QByteArray bytes = byteArray(data, size);
     checkManifest(bytes);
     const QStringList versions = repairUtf8(bytes).split(u'\n');
-    for (const QString& version : versions)
-        checkVersion(version);
-    for (qsizetype i = 2; i < versions.size(); ++i)
-        checkOrder(versions[i - 2], versions[i - 1], versions[i]);
+    for (qsizetype i = 1; i < versions.size(); ++i)
+        checkVersions(versions[i - 1], versions[i]);
     return 0;
 }

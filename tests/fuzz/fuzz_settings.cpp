@@ -19,8 +19,7 @@ QJsonObject written(AppSettings& settings, const MemoryPreferences& preferences)
 {
     settings.allowCountUp = !settings.allowCountUp;
     settings.allowCountUp = !settings.allowCountUp;
-    return QJsonDocument::fromJson(preferences.documents[AppSettings::defaultsKey.toString()])
-        .object();
+    return QJsonDocument::fromJson(preferences.documents[AppSettings::defaultsKey]).object();
 }
 
 std::set<double> numbers(const QJsonArray& array)
@@ -63,9 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return written(settings, preferences);
     }();
 
-    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    const QByteArray bytes = byteArray(data, size);
     MemoryPreferences preferences;
-    preferences.documents[AppSettings::defaultsKey.toString()] = bytes;
+    preferences.documents[AppSettings::defaultsKey] = bytes;
     AppSettings settings(preferences);
     require(preferences.writes == 0, "reading wrote");
     const QJsonObject document = written(settings, preferences);

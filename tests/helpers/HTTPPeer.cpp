@@ -1,11 +1,14 @@
 #include "helpers/HTTPPeer.h"
 
+#include <QDeadlineTimer>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -49,4 +52,15 @@ bool HTTPPeer::receiveAll()
             return true;
         m_received.append(buffer.data(), count);
     }
+}
+
+QByteArray HTTPPeer::answer()
+{
+    const QDeadlineTimer deadline(10'000);
+    while (!receiveAll() && !deadline.hasExpired()) {
+        pollfd ready {.fd = m_descriptor, .events = POLLIN, .revents = 0};
+        poll(&ready, 1, static_cast<int>(deadline.remainingTime()));
+    }
+    const qsizetype headEnd = m_received.indexOf("\r\n\r\n");
+    return headEnd < 0 ? QByteArray() : m_received.sliced(headEnd + 4);
 }

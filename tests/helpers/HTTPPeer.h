@@ -4,7 +4,7 @@
 #include <QByteArrayView>
 
 /// Someone who connects to a port of this machine, byte by byte under the test's control. It
-/// never waits.
+/// never waits, but for an answer.
 class HTTPPeer {
 public:
     explicit HTTPPeer(quint16 port);
@@ -20,6 +20,11 @@ public:
     void send(QByteArrayView bytes) const { static_cast<void>(sendSome(bytes)); }
     /// Sends no more, but still receives.
     void endStream() const;
+
+    /// Sends a request for what is at `path`.
+    void get(const QByteArray& path) const { send("GET " + path + " HTTP/1.1\r\n\r\n"); }
+    /// Waits for the body of the answer, for ten seconds at most; empty when there is none.
+    [[nodiscard]] QByteArray answer();
 
     /// Takes what has come; true once the other side has ended the connection.
     [[nodiscard]] bool receiveAll();

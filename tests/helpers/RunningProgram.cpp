@@ -1,13 +1,13 @@
 #include "helpers/RunningProgram.h"
 
 #include "helpers/HTTPPeer.h"
+#include "helpers/XServer.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSettings>
-#include <QTest>
 #include <QUdpSocket>
 
 using namespace Qt::StringLiterals;
@@ -29,7 +29,7 @@ RunningProgram::RunningProgram()
     m_environment.insert(u"PULSE_SERVER"_s, u"unix:/nonexistent"_s);
     m_process.setProgram(QStringLiteral(TARROW_PROGRAM));
     m_process.setReadChannel(QProcess::StandardError);
-    setStored(u"TarrowSettings.v1"_s, settingsDocument());
+    setSettings({});
 }
 
 RunningProgram::~RunningProgram()
@@ -57,7 +57,7 @@ QByteArray RunningProgram::stored(const QString& key) const
     return QSettings(configFile(), QSettings::IniFormat).value(key).toByteArray();
 }
 
-QByteArray RunningProgram::settingsDocument(const QJsonObject& changes)
+void RunningProgram::setSettings(const QJsonObject& changes)
 {
     QFile file(QStringLiteral(TARROW_SUPPORT_FOLDER "/settings.json"));
     if (!file.open(QIODevice::ReadOnly))
@@ -65,19 +65,41 @@ QByteArray RunningProgram::settingsDocument(const QJsonObject& changes)
     QJsonObject document = QJsonDocument::fromJson(file.readAll()).object();
     for (auto change = changes.begin(); change != changes.end(); ++change)
         document.insert(change.key(), change.value());
-    return QJsonDocument(document).toJson(QJsonDocument::Compact);
+    setStored(settingsKey, QJsonDocument(document).toJson(QJsonDocument::Compact));
 }
 
-bool RunningProgram::start()
+QJsonObject RunningProgram::storedSettings() const
+{
+    return QJsonDocument::fromJson(stored(settingsKey)).object();
+}
+
+void RunningProgram::setShownOn(const XServer& server)
+{
+    m_environment.insert(u"DISPLAY"_s, server.name());
+    m_environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+}
+
+void RunningProgram::launch()
 {
     m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start();
-    static const QRegularExpression listening(u"UDP listening on port (\\d+)"_s);
-    if (!waitForLog("UDP listening on port"))
-        return false;
-    m_port = listening.match(QString::fromUtf8(m_log)).captured(1).toUShort();
+}
+
+bool RunningProgram::start()
+{
+    launch();
+    m_port = loggedPort("UDP listening on port ");
     return m_port != 0;
+}
+
+quint16 RunningProgram::loggedPort(const QByteArray& text)
+{
+    if (!waitForLog(text))
+        return 0;
+    static const QRegularExpression digits(u"^\\d+"_s);
+    const qsizetype start = m_log.indexOf(text) + text.size();
+    return digits.match(QString::fromUtf8(m_log.sliced(start))).captured().toUShort();
 }
 
 void RunningProgram::send(const QByteArray& datagram)
@@ -87,34 +109,58 @@ void RunningProgram::send(const QByteArray& datagram)
         qFatal("cannot send a datagram");
 }
 
-bool RunningProgram::waitForLog(const QByteArray& text)
+bool RunningProgram::waitForLog(const QByteArray& text, qsizetype count)
 {
     const QDeadlineTimer deadline(patienceInMilliseconds);
-    while (!log().contains(text)) {
+    while (log().count(text) < count) {
         if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning)
-            return log().contains(text);
+            return log().count(text) >= count;
         m_process.waitForReadyRead(static_cast<int>(deadline.remainingTime()));
     }
     return true;
 }
 
+bool RunningProgram::carriesOut(const QByteArray& command)
+{
+    const QByteArray text = "command ";
+    const qsizetype before = log().count(text);
+    send(command);
+    return waitForLog(text, before + 1);
+}
+
+quint16 RunningProgram::webPort()
+{
+    return loggedPort("Web remote on port ");
+}
+
 QByteArray RunningProgram::webAnswer(const QByteArray& path)
 {
-    static const QRegularExpression listening(u"Web remote on port (\\d+)"_s);
-    if (!waitForLog("Web remote on port"))
-        return {};
-    const auto match = listening.match(QString::fromUtf8(m_log));
-    HTTPPeer peer(match.captured(1).toUShort());
-    peer.send("GET " + path + " HTTP/1.1\r\n\r\n");
-    (void)QTest::qWaitFor([&] { return peer.receiveAll(); });
-    const qsizetype headEnd = peer.received().indexOf("\r\n\r\n");
-    return headEnd < 0 ? QByteArray() : peer.received().sliced(headEnd + 4);
+    HTTPPeer peer(webPort());
+    peer.get(path);
+    return peer.answer();
+}
+
+QJsonObject RunningProgram::state()
+{
+    return QJsonDocument::fromJson(webAnswer("/state")).object();
 }
 
 bool RunningProgram::waitForEnd()
 {
     return m_process.state() == QProcess::NotRunning
         || m_process.waitForFinished(patienceInMilliseconds);
+}
+
+bool RunningProgram::endsWell()
+{
+    return waitForEnd() && m_process.exitStatus() == QProcess::NormalExit
+        && m_process.exitCode() == 0;
+}
+
+bool RunningProgram::quits()
+{
+    m_process.terminate();
+    return endsWell();
 }
 
 QByteArray RunningProgram::log()

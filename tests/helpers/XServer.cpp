@@ -1,5 +1,7 @@
 #include "helpers/XServer.h"
 
+#include <QRegularExpression>
+
 using namespace Qt::StringLiterals;
 
 XServer::XServer()
@@ -14,15 +16,14 @@ XServer::XServer()
         return;
     m_name = u':' + QString::fromLatin1(number);
     plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
-    run(u"xrandr"_s, {u"--output"_s, u"DUMMY0"_s, u"--primary"_s});
+    run(u"xrandr --output DUMMY0 --primary"_s);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"DISPLAY"_s, m_name);
     m_windowManager.setProcessEnvironment(environment);
     m_windowManager.start(u"openbox"_s, {});
     m_windowManager.waitForStarted();
-    const QStringList manager {u"-root"_s, u"_NET_SUPPORTING_WM_CHECK"_s};
     while (m_windowManager.state() == QProcess::Running
-        && !run(u"xprop"_s, manager).contains(u"window id"_s)) { }
+        && !run(u"xprop -root _NET_SUPPORTING_WM_CHECK"_s).contains(u"window id"_s)) { }
 }
 
 XServer::~XServer()
@@ -35,27 +36,39 @@ XServer::~XServer()
 
 void XServer::plug(const QString& output, const QString& mode, const QString& position)
 {
-    run(u"xrandr"_s, {u"--addmode"_s, output, mode});
-    run(u"xrandr"_s, {u"--output"_s, output, u"--mode"_s, mode, u"--pos"_s, position});
+    run(u"xrandr --addmode %1 %2"_s.arg(output, mode));
+    run(u"xrandr --output %1 --mode %2 --pos %3"_s.arg(output, mode, position));
 }
 
 void XServer::unplug(const QString& output)
 {
-    run(u"xrandr"_s, {u"--output"_s, output, u"--off"_s});
+    run(u"xrandr --output %1 --off"_s.arg(output));
 }
 
-QString XServer::run(const QString& program, const QStringList& arguments) const
+QString XServer::run(const QString& command) const
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"DISPLAY"_s, m_name);
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start(program, arguments);
+    process.startCommand(command);
     process.waitForFinished();
-    return QString::fromUtf8(process.readAllStandardOutput());
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 
-QString XServer::windowInfo(const QString& title) const
+QRect XServer::windowPlace(const QString& title) const
 {
-    return run(u"xwininfo"_s, {u"-name"_s, title});
+    const QString info = run(u"xwininfo -name \"%1\""_s.arg(title));
+    if (!info.contains(u"IsViewable"_s))
+        return {};
+    const auto number = [&](const QString& name) {
+        return QRegularExpression(name + u": +(\\d+)"_s).match(info).captured(1).toInt();
+    };
+    return {number(u"Absolute upper-left X"_s), number(u"Absolute upper-left Y"_s),
+        number(u"Width"_s), number(u"Height"_s)};
+}
+
+QString XServer::focusedWindow() const
+{
+    return run(u"xdotool getwindowfocus getwindowname"_s);
 }

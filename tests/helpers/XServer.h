@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QProcess>
+#include <QRect>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -23,11 +24,13 @@ public:
     void plug(const QString& output, const QString& mode, const QString& position);
     void unplug(const QString& output);
 
-    /// Runs a program on the server to its end, and gives what it prints.
+    /// Runs a command line on the server to its end, and gives what it prints, trimmed.
     // NOLINTNEXTLINE(modernize-use-nodiscard): most are run for what they do.
-    QString run(const QString& program, const QStringList& arguments) const;
-    /// The output of xwininfo for a window with this title, empty when there is none.
-    [[nodiscard]] QString windowInfo(const QString& title) const;
+    QString run(const QString& command) const;
+    /// Where a window with this title is seen, without its frame; a null rectangle when it is not.
+    [[nodiscard]] QRect windowPlace(const QString& title) const;
+    /// The title of the window that has the keyboard.
+    [[nodiscard]] QString focusedWindow() const;
 
 private:
     QTemporaryDir m_folder;

@@ -5,17 +5,12 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTest>
+#include <QUdpSocket>
 
 #include <array>
 #include <memory>
 #include <numeric>
-#include <thread>
 #include <vector>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -30,59 +25,6 @@ constexpr int commandsOfATurn = desks * commandsOfADesk + browsers;
 /// After so many turns the senders wait until all has been carried out: the system's buffer has
 /// room for what they send meanwhile, and so has the pipe of the log.
 constexpr int turnsUntilCheck = 8;
-
-/// A lighting desk: sends datagrams from a port of its own.
-class Desk {
-public:
-    explicit Desk(quint16 port)
-        : m_descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
-    {
-        sockaddr_in address {};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        m_isConnected =
-            connect(m_descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
-    Desk(const Desk&) = delete;
-    Desk& operator=(const Desk&) = delete;
-    ~Desk() { close(m_descriptor); }
-
-    [[nodiscard]] bool send(const QByteArray& text) const
-    {
-        return m_isConnected
-            && ::send(m_descriptor, text.constData(), static_cast<size_t>(text.size()), 0)
-            == text.size();
-    }
-
-private:
-    int m_descriptor;
-    bool m_isConnected = false;
-};
-
-/// A request, and its answer.
-class Request {
-public:
-    Request(quint16 port, const QByteArray& target)
-        : m_peer(port)
-    {
-        m_peer.send("GET " + target + " HTTP/1.1\r\n\r\n");
-    }
-
-    /// The body; empty when there is none after ten seconds. It does not sleep until then: an
-    /// answer takes far less than Qt Test would.
-    [[nodiscard]] QByteArray answer()
-    {
-        const QDeadlineTimer deadline(10'000);
-        while (!m_peer.receiveAll() && !deadline.hasExpired())
-            std::this_thread::yield();
-        const qsizetype headEnd = m_peer.received().indexOf("\r\n\r\n");
-        return headEnd < 0 ? QByteArray() : m_peer.received().sliced(headEnd + 4);
-    }
-
-private:
-    HTTPPeer m_peer;
-};
 
 } // namespace
 
@@ -127,8 +69,9 @@ bool CommandCountTest::waitForFlashes()
     for (qint64 carriedOut = -1; carriedOut != m_flashesSent;) {
         if (deadline.hasExpired() || carriedOut > m_flashesSent)
             return false;
-        const QByteArray body = Request(m_webPort, "/state").answer();
-        carriedOut = QJsonDocument::fromJson(body)[u"strobeCount"].toInteger();
+        HTTPPeer request(m_webPort);
+        request.get("/state");
+        carriedOut = QJsonDocument::fromJson(request.answer())[u"strobeCount"].toInteger();
     }
     return true;
 }
@@ -152,26 +95,22 @@ void CommandCountTest::readLog()
 
 void CommandCountTest::carriesOutEachOnceAndInOrder()
 {
-    m_program.setStored(
-        u"TarrowSettings.v1"_s, RunningProgram::settingsDocument({{u"webRemoteEnabled"_s, true}}));
+    m_program.setSettings({{u"webRemoteEnabled"_s, true}});
     QVERIFY(m_program.start());
-    QVERIFY(m_program.waitForLog("Web remote on port"));
-    static const QRegularExpression listening(u"Web remote on port (\\d+)"_s);
-    m_webPort = listening.match(QString::fromUtf8(m_program.log())).captured(1).toUShort();
-    std::vector<std::unique_ptr<Desk>> senders;
-    senders.reserve(desks);
-    for (int desk = 0; desk < desks; ++desk)
-        senders.push_back(std::make_unique<Desk>(m_program.port()));
+    m_webPort = m_program.webPort();
+    std::array<QUdpSocket, desks> senders;
+    for (QUdpSocket& desk : senders)
+        desk.connectToHost(QHostAddress::LocalHost, m_program.port());
 
     for (int turn = 1; turn <= commandCount / commandsOfATurn; ++turn) {
-        std::vector<std::unique_ptr<Request>> requests;
-        requests.reserve(browsers);
-        for (int sender = desks; sender < desks + browsers; ++sender)
-            requests.push_back(
-                std::make_unique<Request>(m_webPort, "/cmd?c=" + nextCommand(sender)));
+        std::vector<std::unique_ptr<HTTPPeer>> requests;
+        for (int sender = desks; sender < desks + browsers; ++sender) {
+            requests.push_back(std::make_unique<HTTPPeer>(m_webPort));
+            requests.back()->get("/cmd?c=" + nextCommand(sender));
+        }
         for (int command = 0; command < commandsOfADesk; ++command) {
             for (int desk = 0; desk < desks; ++desk)
-                QVERIFY(senders[static_cast<size_t>(desk)]->send(nextCommand(desk)));
+                QVERIFY(senders.at(static_cast<size_t>(desk)).write(nextCommand(desk)) > 0);
         }
         for (const auto& request : requests)
             QCOMPARE(request->answer(), R"({"ok":true})");

@@ -1,10 +1,7 @@
-#include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
 #include "helpers/XServer.h"
 
-#include <QJsonDocument>
 #include <QRect>
-#include <QRegularExpression>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -46,21 +43,15 @@ private Q_SLOTS:
         m_server = std::make_unique<XServer>();
         QVERIFY(m_server->isRunning());
         // On a busy machine, a key would seem to be held down.
-        m_server->run(u"xset"_s, {u"r"_s, u"off"_s});
+        m_server->run(u"xset r off"_s);
         m_program = std::make_unique<RunningProgram>();
-        m_program->setStored(u"TarrowSettings.v1"_s,
-            RunningProgram::settingsDocument({{u"webRemoteEnabled"_s, true}, {u"webPort"_s, 0}}));
-        m_program->setStored(u"TarrowCues.v1"_s,
+        m_program->setSettings({{u"webRemoteEnabled"_s, true}});
+        m_program->setStored(RunningProgram::cuesKey,
             R"([{"id":"6f9619ff-8b86-d011-b42d-00c04fc964f1","title":"Welcome","seconds":180},)"
             R"({"id":"6f9619ff-8b86-d011-b42d-00c04fc964f2","title":"Keynote","seconds":2400}])");
-        m_program->environment().insert(u"DISPLAY"_s, m_server->name());
-        m_program->environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        m_program->setShownOn(*m_server);
         QVERIFY(m_program->start());
-        QVERIFY(m_program->waitForLog("Web remote on port"));
-        static const QRegularExpression form(u"Web remote on port (\\d+)"_s);
-        m_webPort = form.match(QString::fromUtf8(m_program->log())).captured(1).toUShort();
-        QTRY_COMPARE(focusedTitle(), u"Tarrow"_s);
-        m_window = run(u"xdotool getactivewindow"_s);
+        QTRY_COMPARE(m_server->focusedWindow(), u"Tarrow"_s);
         QTRY_COMPARE(frame().right(), screenWidth - 1);
     }
 
@@ -74,7 +65,7 @@ private Q_SLOTS:
     {
         const QRect docked = frame();
         QCOMPARE(docked.topRight(), QPoint(screenWidth - 1, 0));
-        const QString info = run(u"xprop -id %1 WM_NORMAL_HINTS"_s.arg(m_window));
+        const QString info = run(u"xprop -name Tarrow WM_NORMAL_HINTS"_s);
         QVERIFY2(info.contains(u"maximum size: 340 by"_s), qUtf8Printable(info));
         // A click on the background does not take the window along.
         act(u"click background"_s);
@@ -106,7 +97,7 @@ private Q_SLOTS:
     void staysAboveOtherWindowsOnRequest()
     {
         const auto isAbove = [&] {
-            return run(u"xprop -id %1 _NET_WM_STATE"_s.arg(m_window)).contains(u"STATE_ABOVE"_s);
+            return run(u"xprop -name Tarrow _NET_WM_STATE"_s).contains(u"STATE_ABOVE"_s);
         };
         act(u"click settings"_s);
         QTRY_COMPARE(frame().bottom(), lowestBottom - 1);
@@ -115,7 +106,6 @@ private Q_SLOTS:
         // Backwards from the first field: the settings' button, the modes, and the last toggles.
         act(u"shift+Tab shift+Tab shift+Tab shift+Tab space"_s);
         QTRY_VERIFY(isAbove());
-        QVERIFY(run(u"xwininfo -id "_s + m_window).contains(u"IsViewable"_s));
         QCOMPARE(frame(), place);
         act(u"space"_s);
         QTRY_VERIFY(!isAbove());
@@ -171,35 +161,12 @@ private Q_SLOTS:
             QTRY_COMPARE(state(), step[1]);
         }
         act(end);
-        endsWell();
-    }
-
-    void hearsTheMenusKeysInEveryWindow()
-    {
-        act(u"ctrl+question"_s);
-        QTRY_COMPARE(focusedTitle(), u"Tarrow Help"_s);
-        act(u"ctrl+m"_s);
-        QTRY_VERIFY(run(u"xdotool search --onlyvisible --name ^Tarrow.Help$"_s).isEmpty());
-        QTRY_COMPARE(focusedTitle(), u"Tarrow"_s);
-        act(u"ctrl+question"_s);
-        QTRY_COMPARE(focusedTitle(), u"Tarrow Help"_s);
-        act(u"ctrl+q"_s);
-        endsWell();
+        QVERIFY(m_program->endsWell());
     }
 
 private:
     // NOLINTNEXTLINE(modernize-use-nodiscard): most are run for what they do.
-    QString run(const QString& command) const
-    {
-        QStringList words = command.split(u' ');
-        const QString program = words.takeFirst();
-        return m_server->run(program, words).trimmed();
-    }
-
-    [[nodiscard]] QString focusedTitle() const
-    {
-        return run(u"xdotool getwindowfocus getwindowname"_s);
-    }
+    QString run(const QString& command) const { return m_server->run(command); }
 
     /// Clicks on places, "click place …", or presses keys.
     void act(const QString& request) const
@@ -208,8 +175,7 @@ private:
             run(u"xdotool key --delay 20 "_s + request);
             return;
         }
-        QStringList words = request.split(u"click "_s, Qt::SkipEmptyParts);
-        for (const QString& word : words) {
+        for (const QString& word : request.split(u"click "_s, Qt::SkipEmptyParts)) {
             // The window grows in steps.
             const QPoint place = places[word.trimmed()];
             (void)QTest::qWaitFor([&] { return frame().height() > place.y(); });
@@ -221,29 +187,18 @@ private:
     /// With what the window manager draws around the window.
     [[nodiscard]] QRect frame() const
     {
-        const QString info = run(u"xwininfo -id "_s + m_window);
-        const QString extents = run(u"xprop -id %1 _NET_FRAME_EXTENTS"_s.arg(m_window));
-        const auto number = [&](const QString& name) {
-            return QRegularExpression(name + u": +(\\d+)"_s).match(info).captured(1).toInt();
-        };
+        const QString extents = run(u"xprop -name Tarrow _NET_FRAME_EXTENTS"_s);
         const QStringList sides = extents.section(u"= "_s, 1).split(u", "_s);
         if (sides.size() != 4)
             return {};
-        return QRect(number(u"upper-left X"_s), number(u"upper-left Y"_s), number(u"Width"_s),
-            number(u"Height"_s))
+        return m_server->windowPlace(u"Tarrow"_s)
             .adjusted(-sides[0].toInt(), -sides[2].toInt(), sides[1].toInt(), sides[3].toInt());
     }
 
     /// The phase, the minutes left, begun ones included, and what else the audience sees.
     [[nodiscard]] QString state() const
     {
-        HTTPPeer peer(m_webPort);
-        peer.send("GET /state HTTP/1.1\r\n\r\n");
-        if (!QTest::qWaitFor([&] { return peer.receiveAll(); }))
-            return {};
-        const QByteArray received = peer.received();
-        const QJsonObject state =
-            QJsonDocument::fromJson(received.sliced(received.indexOf("\r\n\r\n") + 4)).object();
+        const QJsonObject state = m_program->state();
         QStringList words {state[u"phase"].toString()};
         const QStringList time = state[u"time"].toString().split(u':');
         if (words.first() != u"clock")
@@ -254,17 +209,8 @@ private:
         return words.join(u' ');
     }
 
-    void endsWell() const
-    {
-        QVERIFY(m_program->waitForEnd());
-        QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(m_program->process().exitCode(), 0);
-    }
-
     std::unique_ptr<XServer> m_server;
     std::unique_ptr<RunningProgram> m_program;
-    quint16 m_webPort = 0;
-    QString m_window;
 };
 
 QTEST_GUILESS_MAIN(ConsoleTest)

@@ -1,17 +1,20 @@
+#include "Platform/ProcessSetup.h"
+
+#include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
 #include "helpers/SessionBus.h"
 #include "helpers/XServer.h"
 
 #include <QDir>
 #include <QFile>
-#include <QJsonDocument>
-#include <QPoint>
-#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTest>
 #include <QUdpSocket>
 
+#include <algorithm>
 #include <csignal>
+#include <memory>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -19,8 +22,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString settingsKey = u"TarrowSettings.v1"_s;
-const QString cuesKey = u"TarrowCues.v1"_s;
 const QByteArray cues =
     R"([{"id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","seconds":90,"title":"Keynote"}])";
 
@@ -31,11 +32,9 @@ constexpr QPoint warningToggle(-311, 638);
 constexpr QPoint webToggle(-311, 903);
 constexpr int displayWidth = 1920;
 
-/// Every write of the process fails from now on, or may succeed.
-void setDiskIsFull(RunningProgram& program, bool isFull)
+void press(const XServer& server, QPoint place)
 {
-    const rlimit limits {isFull ? 0 : RLIM_INFINITY, RLIM_INFINITY};
-    prlimit(static_cast<pid_t>(program.process().processId()), RLIMIT_FSIZE, &limits, nullptr);
+    server.run(u"xdotool mousemove %1 %2 click 1"_s.arg(displayWidth + place.x()).arg(place.y()));
 }
 
 /// The preferences give way to a folder, and come back.
@@ -55,66 +54,152 @@ bool isStopped(pid_t process)
     return status.open(QIODevice::ReadOnly) && status.readAll().contains(") T ");
 }
 
-using Fault = void (*)(RunningProgram&, bool);
+qsizetype openDescriptors(RunningProgram& program)
+{
+    const QDir folder(u"/proc/%1/fd"_s.arg(program.process().processId()));
+    return folder.entryList(QDir::Files | QDir::System).size();
+}
+
+using Break = std::function<void(RunningProgram&)>;
 
 } // namespace
 
-/// Something breaks in the middle of a show, and the timer goes on.
+/// Something is broken at the launch, or breaks in the middle of a show, and the timer goes on.
 class FaultsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { prepareProcess(); }
+    void runsTheTimer_data();
+    void runsTheTimer();
+    void runsTheTimerWithoutADisplay();
+    void startsWithoutReadablePreferences_data();
+    void startsWithoutReadablePreferences();
     void goesOnAfterASuspension();
-    void storesLaterWhatItCouldNot_data();
     void storesLaterWhatItCouldNot();
     void outlivesTheSessionBus();
+    void outlivesACrowd_data();
+    void outlivesACrowd();
     void takesPortsThatAreFreeAgain();
-    void losesNothingButTheTimeWhenKilled_data();
     void losesNothingButTheTimeWhenKilled();
 
 private:
-    static void setOnDisplay(RunningProgram& program, XServer& server);
-    static void showSettings(const XServer& server);
-    static void press(const XServer& server, QPoint place);
-    [[nodiscard]] static QJsonObject state(RunningProgram& program)
-    {
-        return QJsonDocument::fromJson(program.webAnswer("/state")).object();
-    }
+    static void startWithSettingsShown(RunningProgram& program, XServer& server);
 };
 
-void FaultsTest::press(const XServer& server, QPoint place)
+void FaultsTest::startWithSettingsShown(RunningProgram& program, XServer& server)
 {
-    server.run(u"xdotool"_s,
-        {u"mousemove"_s, QString::number(displayWidth + place.x()), QString::number(place.y()),
-            u"click"_s, u"1"_s});
-}
-
-void FaultsTest::setOnDisplay(RunningProgram& program, XServer& server)
-{
+    QVERIFY(server.isRunning());
     server.plug(u"DUMMY0"_s, u"large"_s, u"0x0"_s);
-    program.environment().insert(u"DISPLAY"_s, server.name());
-    program.environment().insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    program.setShownOn(server);
+    program.launch();
+    // Within a frame of one pixel.
+    QTRY_COMPARE(server.windowPlace(u"Tarrow"_s).right(), displayWidth - 2);
+    press(server, expandButton);
+    QTRY_VERIFY(server.windowPlace(u"Tarrow"_s).height() > 1000);
 }
 
-void FaultsTest::showSettings(const XServer& server)
+void FaultsTest::runsTheTimer_data()
 {
-    const auto isAt = [&](const QString& pattern) {
-        return server.windowInfo(u"Tarrow"_s).contains(QRegularExpression(pattern));
+    QTest::addColumn<Break>("breakIt");
+    QTest::addColumn<QByteArray>("told");
+
+    const auto row = [](const char* name, const QByteArray& told, const Break& breakIt) {
+        QTest::newRow(name) << breakIt << told;
     };
-    QTRY_VERIFY(isAt(u"X: +1579\n"_s));
-    press(server, expandButton);
-    QTRY_VERIFY(isAt(u"Height: 1\\d\\d\\d\n"_s));
+    row("no session bus", "Displays are not kept awake", [](RunningProgram& program) {
+        program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
+    });
+    row("no NDI runtime", "NDI", [](RunningProgram& program) {
+        for (const QString& place : {u"NDI_RUNTIME_DIR_V6"_s, u"NDI_RUNTIME_DIR_V5"_s})
+            program.environment().insert(place, u"/nonexistent"_s);
+        program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiEnabled"_s, true}});
+    });
+    row("no deck", "command go",
+        [](RunningProgram& program) { program.setStoredText(u"sd.enabled"_s, u"true"_s); });
+    // As on a disk that is full, or with a home that is not ours.
+    row("nothing can be written", "command go", [](RunningProgram& program) {
+        program.process().setChildProcessModifier([] {
+            const rlimit nothing {0, 0};
+            signal(SIGXFSZ, SIG_IGN);
+            setrlimit(RLIMIT_FSIZE, &nothing);
+        });
+    });
+    row("garbled running order", "command go",
+        [](RunningProgram& program) { program.setStored(RunningProgram::cuesKey, "{\"cues\":["); });
+    row("no resources", "Info.json is not where the program's resources are",
+        [](RunningProgram& program) {
+            const QString copy = program.configFile() + u".program"_s;
+            QVERIFY(QFile::copy(program.process().program(), copy));
+            program.process().setProgram(copy);
+        });
+}
+
+void FaultsTest::runsTheTimer()
+{
+    QFETCH(Break, breakIt);
+    QFETCH(QByteArray, told);
+
+    RunningProgram program;
+    program.setSettings({{u"webRemoteEnabled"_s, true}});
+    breakIt(program);
+    program.launch();
+    QVERIFY2(program.webAnswer("/cmd?c=GO5").contains("true"), program.log().constData());
+    QCOMPARE(program.state()[u"phase"], u"running"_s);
+    QVERIFY2(program.waitForLog(told), program.log().constData());
+    QVERIFY(program.quits());
+}
+
+/// The server is there, but nothing is plugged in; and then something is.
+void FaultsTest::runsTheTimerWithoutADisplay()
+{
+    XServer server;
+    QVERIFY(server.isRunning());
+    server.unplug(u"DUMMY0"_s);
+    RunningProgram program;
+    program.setShownOn(server);
+    QVERIFY2(program.start(), program.log().constData());
+    QVERIFY(program.carriesOut("GO 5"));
+    server.plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
+    QTRY_VERIFY(!server.windowPlace(u"Tarrow"_s).isNull());
+    QVERIFY(program.carriesOut("STOPTIME"));
+}
+
+void FaultsTest::startsWithoutReadablePreferences_data()
+{
+    QTest::addColumn<bool>("isFolder");
+
+    QTest::newRow("garbage") << false;
+    QTest::newRow("folder in their place") << true;
+}
+
+/// The defaults hold then, with their ports, which may be taken on this machine: the log tells of
+/// the listener in either case.
+void FaultsTest::startsWithoutReadablePreferences()
+{
+    QFETCH(bool, isFolder);
+
+    RunningProgram program;
+    QFile file(program.configFile());
+    if (isFolder) {
+        QVERIFY(file.remove() && QDir().mkpath(file.fileName()));
+    } else {
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(4096, '\xff'));
+        file.close();
+    }
+    program.launch();
+    QVERIFY2(program.waitForLog("port 6969"), program.log().constData());
+    QVERIFY(program.quits());
 }
 
 /// What comes meanwhile waits for it.
 void FaultsTest::goesOnAfterASuspension()
 {
     RunningProgram program;
-    program.setStored(
-        settingsKey, RunningProgram::settingsDocument({{u"webRemoteEnabled"_s, true}}));
+    program.setSettings({{u"webRemoteEnabled"_s, true}});
     QVERIFY(program.start());
-    program.send("GO 5");
-    QVERIFY(program.waitForLog("command go"));
+    QVERIFY(program.carriesOut("GO 5"));
     const auto process = static_cast<pid_t>(program.process().processId());
     kill(process, SIGSTOP);
     QTRY_VERIFY(isStopped(process));
@@ -122,46 +207,29 @@ void FaultsTest::goesOnAfterASuspension()
         program.send(command);
     kill(process, SIGCONT);
     QVERIFY(program.waitForLog("command pause"));
-    QCOMPARE(state(program)[u"message"], u"two"_s);
-    QCOMPARE(state(program)[u"phase"], u"paused"_s);
-}
-
-void FaultsTest::storesLaterWhatItCouldNot_data()
-{
-    QTest::addColumn<Fault>("set");
-
-    QTest::newRow("disk full") << Fault(setDiskIsFull);
-    QTest::newRow("preferences unreadable") << Fault(setIsUnreadable);
+    QCOMPARE(program.state()[u"message"], u"two"_s);
+    QCOMPARE(program.state()[u"phase"], u"paused"_s);
 }
 
 void FaultsTest::storesLaterWhatItCouldNot()
 {
-    QFETCH(const Fault, set);
-
     XServer server;
-    QVERIFY(server.isRunning());
     RunningProgram program;
-    program.setStored(cuesKey, cues);
-    program.process().setChildProcessModifier([] { std::signal(SIGXFSZ, SIG_IGN); });
-    setOnDisplay(program, server);
-    QVERIFY(program.start());
-    showSettings(server);
-    const auto storedValue = [&](const QString& key) {
-        return QJsonDocument::fromJson(program.stored(settingsKey))[key];
-    };
+    program.setStored(RunningProgram::cuesKey, cues);
+    program.setSettings({{u"webRemoteEnabled"_s, true}});
+    startWithSettingsShown(program, server);
 
-    set(program, true);
+    setIsUnreadable(program, true);
     press(server, overtimeChip);
     QVERIFY(program.waitForLog("Preferences: cannot write"));
-    program.send("GO 5");
-    QVERIFY(program.waitForLog("command go"));
-    set(program, false);
-    QCOMPARE(storedValue(u"allowCountUp"_s), false);
+    QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
+    setIsUnreadable(program, false);
+    QCOMPARE(program.storedSettings()[u"allowCountUp"], false);
 
     press(server, warningToggle);
-    QTRY_COMPARE(storedValue(u"useThresholdColors"_s), false);
-    QCOMPARE(storedValue(u"allowCountUp"_s), true);
-    QCOMPARE(program.stored(cuesKey), cues);
+    QTRY_COMPARE(program.storedSettings()[u"useThresholdColors"], false);
+    QCOMPARE(program.storedSettings()[u"allowCountUp"], true);
+    QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
     QCOMPARE(program.log().count("Preferences: cannot write"), 1);
 }
 
@@ -173,11 +241,49 @@ void FaultsTest::outlivesTheSessionBus()
     QVERIFY(program.start());
     QTRY_COMPARE(bus.screenSaver().inhibitors.size(), 1);
     bus.kill();
-    program.send("GO 5");
-    QVERIFY(program.waitForLog("command go"));
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QVERIFY(program.carriesOut("GO 5"));
+    QVERIFY(program.quits());
+}
+
+/// Those who connect and never finish cost the others nothing, and are gone when they go.
+void FaultsTest::outlivesACrowd_data()
+{
+    QTest::addColumn<int>("descriptors");
+    QTest::newRow("descriptors for all") << 20'000;
+    QTest::newRow("descriptors for some") << 256;
+}
+
+void FaultsTest::outlivesACrowd()
+{
+    QFETCH(const int, descriptors);
+    RunningProgram program;
+    program.setSettings({{u"webRemoteEnabled"_s, true}});
+    program.process().setChildProcessModifier([descriptors] {
+        const auto limit = static_cast<rlim_t>(descriptors);
+        const rlimit limits {limit, limit};
+        setrlimit(RLIMIT_NOFILE, &limits);
+    });
+    QVERIFY(program.start());
+    QVERIFY(program.webPort() != 0);
+    QVERIFY(program.carriesOut("STOPTIME"));
+    const qsizetype before = openDescriptors(program);
+
+    std::vector<std::unique_ptr<HTTPPeer>> crowd;
+    for (int i = 0; i < 2000; ++i) {
+        crowd.push_back(std::make_unique<HTTPPeer>(program.webPort()));
+        QVERIFY(crowd.back()->isConnected());
+        crowd.back()->send("GET /state HTTP/1.1\r\nHost: ");
+    }
+    // The rest of the program keeps 128.
+    const qsizetype taken = std::min(descriptors - 128, 2000);
+    QTRY_COMPARE(openDescriptors(program), before + taken);
+    QVERIFY(program.carriesOut("GO 5"));
+    QCOMPARE(openDescriptors(program), before + taken);
+    if (taken == 2000)
+        QCOMPARE(program.state()[u"phase"], u"running"_s);
+    crowd.clear();
+    QTRY_COMPARE_WITH_TIMEOUT(program.state()[u"phase"], u"running"_s, 20'000);
+    QTRY_COMPARE(openDescriptors(program), before);
 }
 
 /// The web remote at its switch, the datagrams at the next launch, and neither by itself.
@@ -189,73 +295,48 @@ void FaultsTest::takesPortsThatAreFreeAgain()
     QVERIFY(streams.listen(QHostAddress::Any));
     const quint16 udpPort = datagrams.localPort();
     XServer server;
-    QVERIFY(server.isRunning());
     RunningProgram program;
-    program.setStored(settingsKey,
-        RunningProgram::settingsDocument({{u"udpPort"_s, udpPort}, {u"webRemoteEnabled"_s, true},
-            {u"webPort"_s, streams.serverPort()}}));
-    setOnDisplay(program, server);
-    program.process().setProcessEnvironment(program.environment());
-    program.process().start();
+    program.setSettings({{u"udpPort"_s, udpPort}, {u"webRemoteEnabled"_s, true},
+        {u"webPort"_s, streams.serverPort()}});
+    startWithSettingsShown(program, server);
     QVERIFY(program.waitForLog("Web remote: cannot bind port"));
-    showSettings(server);
     datagrams.close();
     streams.close();
 
     press(server, webToggle);
-    QTRY_VERIFY(
-        !QJsonDocument::fromJson(program.stored(settingsKey))[u"webRemoteEnabled"].toBool());
+    QTRY_COMPARE(program.storedSettings()[u"webRemoteEnabled"], false);
     QVERIFY(!program.log().contains("Web remote on port"));
     press(server, webToggle);
-    QCOMPARE(state(program)[u"phase"], u"idle"_s);
+    QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
+    QCOMPARE(program.state()[u"phase"], u"running"_s);
     QVERIFY(datagrams.bind(QHostAddress::Any, udpPort));
     datagrams.close();
 
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
+    QVERIFY(program.quits());
     QVERIFY(program.start());
     QCOMPARE(program.port(), udpPort);
 }
 
-void FaultsTest::losesNothingButTheTimeWhenKilled_data()
-{
-    QTest::addColumn<QByteArrayList>("commands");
-    QTest::addColumn<QString>("phase");
-    QTest::addColumn<QString>("timeBegins");
-
-    QTest::newRow("idle") << QByteArrayList() << u"idle"_s << u"00:00"_s;
-    QTest::newRow("running") << QByteArrayList {"CUE 1"} << u"running"_s << u"01:"_s;
-    QTest::newRow("paused") << QByteArrayList {"GO 5", "PAUSE"} << u"paused"_s << u"0"_s;
-    QTest::newRow("clock") << QByteArrayList {"TIME"} << u"clock"_s << QString();
-    QTest::newRow("overtime") << QByteArrayList {"GO 0.01"} << u"running"_s << u"-00:"_s;
-}
-
 void FaultsTest::losesNothingButTheTimeWhenKilled()
 {
-    QFETCH(const QByteArrayList, commands);
-    QFETCH(const QString, phase);
-    QFETCH(const QString, timeBegins);
-
-    const QByteArray settings = RunningProgram::settingsDocument(
-        {{u"webRemoteEnabled"_s, true}, {u"allowCountUp"_s, true}, {u"ndiWidth"_s, 1280}});
     RunningProgram program;
-    program.setStored(settingsKey, settings);
-    program.setStored(cuesKey, cues);
+    program.setSettings(
+        {{u"webRemoteEnabled"_s, true}, {u"allowCountUp"_s, true}, {u"ndiWidth"_s, 1280}});
+    const QByteArray settings = program.stored(RunningProgram::settingsKey);
+    program.setStored(RunningProgram::cuesKey, cues);
     QVERIFY(program.start());
-    for (const QByteArray& command : commands)
-        program.send(command);
-    QTRY_COMPARE(state(program)[u"phase"].toString(), phase);
-    QTRY_VERIFY(state(program)[u"time"].toString().startsWith(timeBegins));
+    program.send("CUE 1");
+    QTRY_COMPARE(program.state()[u"phase"], u"running"_s);
     program.process().kill();
     QVERIFY(program.waitForEnd());
 
     QVERIFY(program.start());
-    QCOMPARE(state(program)[u"phase"], u"idle"_s);
-    QCOMPARE(state(program)[u"time"], u"00:00"_s);
+    QCOMPARE(program.state()[u"phase"], u"idle"_s);
+    QCOMPARE(program.state()[u"time"], u"00:00"_s);
     QCOMPARE(program.webAnswer("/cues"),
         R"([{"index":1,"title":"Keynote","duration":"01:30","current":false}])");
-    QCOMPARE(program.stored(settingsKey), settings);
-    QCOMPARE(program.stored(cuesKey), cues);
+    QCOMPARE(program.stored(RunningProgram::settingsKey), settings);
+    QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
 }
 
 QTEST_GUILESS_MAIN(FaultsTest)

@@ -1,8 +1,7 @@
 #include "StreamDeck/StreamDeckRoles.h"
-#include "Update/UpdateChecker.h"
 #include "Views/OutputPicture.h"
-#include "Windows/IconRenderer.h"
 
+#include "helpers/DeckReports.h"
 #include "helpers/FakeDecks.h"
 #include "helpers/MemoryPreferences.h"
 #include "helpers/RunningProgram.h"
@@ -15,15 +14,13 @@
 #include <QPainter>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int deckProduct = 0x006C;
+constexpr int deckProduct = Deck::xl;
 constexpr qsizetype deckReport = 1024;
 /// Of the deck's keys.
 enum DeckKey { pauseKey = 2, cuePrevKey = 8, cueGoKey = 10 };
@@ -38,24 +35,6 @@ QString programOfDesktopEntry(const QString& prefix)
     return QStandardPaths::findExecutable(words.value(0), {prefix + u"/bin"_s});
 }
 
-/// A feed with nothing new.
-class Feed : public QTcpServer {
-public:
-    Feed()
-    {
-        if (!listen(QHostAddress::LocalHost))
-            qFatal("cannot listen");
-        connect(this, &QTcpServer::newConnection, this, [this] {
-            QTcpSocket* socket = nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [socket] {
-                socket->write("HTTP/1.1 200 OK\r\n\r\n"
-                              R"({"version":"0","downloadURL":"https://example.org/"})");
-                socket->disconnectFromHost();
-            });
-        });
-    }
-};
-
 } // namespace
 
 /// One evening with the installed program: a test after the other, each with what the ones before
@@ -67,7 +46,6 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void docksItsConsoleAndTakesTheSecondDisplay();
-    void asksForUpdatesQuietly();
     void isSetUpAtTheConsole();
     void showsTheSameEverywhere_data();
     void showsTheSameEverywhere();
@@ -79,20 +57,11 @@ private Q_SLOTS:
 
 private:
     void startSoundServer();
-    void press(const QString& keys) const
+    void press(const QString& keys) const { m_server.run(u"xdotool key --delay 50 "_s + keys); }
+    void pressDeckKey(int key)
     {
-        m_server.run(
-            u"xdotool"_s, QStringList {u"key"_s, u"--delay"_s, u"50"_s} + keys.split(u' '));
-    }
-    void type(const QString& text) const { m_server.run(u"xdotool"_s, {u"type"_s, text}); }
-    void pressDeckKey(int key);
-    [[nodiscard]] QString focusedWindow() const
-    {
-        return m_server.run(u"xdotool"_s, {u"getwindowfocus"_s, u"getwindowname"_s}).trimmed();
-    }
-    [[nodiscard]] QJsonObject state()
-    {
-        return QJsonDocument::fromJson(m_program->webAnswer("/state")).object();
+        m_decks.sendReport(0, keyReport(m_deck, {key}));
+        m_decks.sendReport(0, keyReport(m_deck));
     }
     [[nodiscard]] QJsonArray cues()
     {
@@ -101,7 +70,6 @@ private:
     [[nodiscard]] DisplaySnapshot toldSnapshot();
     [[nodiscard]] QImage paintedPicture(const DisplaySnapshot& snapshot) const;
     [[nodiscard]] QImage displayedPicture() const;
-    [[nodiscard]] QImage icon() const;
     [[nodiscard]] QList<int> keysUnlike(
         const std::function<StreamDeckImage::KeyFace(const StreamDeckRole&)>& expected);
     [[nodiscard]] QByteArray runtimeLog() const;
@@ -110,11 +78,9 @@ private:
     XServer m_server;
     SessionBus m_bus {SessionBus::Services::screenSaver};
     FakeDecks m_decks;
-    Feed m_feed;
     QProcess m_soundServer;
     QProcess m_recorder;
     std::unique_ptr<RunningProgram> m_program;
-    QString m_console;
 
     const StreamDeckModel m_deck = *StreamDeckModel::model(deckProduct);
     /// The last picture of each key of the deck, as the device counts them.
@@ -137,20 +103,12 @@ void InstalledProgramTest::initTestCase()
     QCOMPARE(QProcess::execute(
                  u"cmake"_s, {u"--install"_s, QStringLiteral(TARROW_BUILD), u"--prefix"_s, prefix}),
         0);
-    // As whoever packages it for a place of their own does.
-    QFile information(prefix + u"/share/tarrow/Info.json"_s);
-    QVERIFY(information.open(QIODevice::WriteOnly));
-    information.write(R"({"CFBundleShortVersionString":"1","TRUpdateFeedURL":"http://127.0.0.1:)"
-        + QByteArray::number(m_feed.serverPort()) + "/\"}");
-    information.close();
-
     m_program = std::make_unique<RunningProgram>();
     m_program->process().setProgram(programOfDesktopEntry(prefix));
+    m_program->setShownOn(m_server);
     const auto set = [this](const QString& name, const QString& value) {
         m_program->environment().insert(name, value);
     };
-    set(u"DISPLAY"_s, m_server.name());
-    set(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     set(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(m_bus.address()));
     set(u"PULSE_SERVER"_s, u"unix:"_s + m_folder.filePath(u"sound"_s));
     set(u"NDI_RUNTIME_DIR_V6"_s, QStringLiteral(STAND_IN_RUNTIME));
@@ -169,36 +127,26 @@ void InstalledProgramTest::cleanupTestCase()
 
 void InstalledProgramTest::startSoundServer()
 {
+    const QString socket = m_folder.filePath(u"sound"_s);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const QString& name : {u"HOME"_s, u"XDG_RUNTIME_DIR"_s, u"XDG_CONFIG_HOME"_s})
         environment.insert(name, m_folder.path());
-    const QString socket = m_folder.filePath(u"sound"_s);
     environment.insert(u"PULSE_SERVER"_s, u"unix:"_s + socket);
     m_soundServer.setProcessEnvironment(environment);
-    m_soundServer.start(u"pulseaudio"_s,
-        {u"-n"_s, u"--daemonize=no"_s, u"--exit-idle-time=-1"_s, u"-L"_s,
-            u"module-null-sink sink_name=silence"_s, u"-L"_s,
-            u"module-native-protocol-unix auth-anonymous=1 socket="_s + socket});
+    m_soundServer.startCommand(
+        u"pulseaudio -n --daemonize=no --exit-idle-time=-1 "
+        "-L \"module-null-sink sink_name=silence\" "
+        "-L \"module-native-protocol-unix auth-anonymous=1 socket=%1\""_s.arg(socket));
     QTRY_VERIFY(QFileInfo::exists(socket));
     m_recorder.setProcessEnvironment(environment);
-    m_recorder.start(u"parec"_s, {u"-d"_s, u"silence.monitor"_s, u"--latency-msec=50"_s});
+    m_recorder.startCommand(u"parec -d silence.monitor --latency-msec=50"_s);
     QTRY_VERIFY2(m_recorder.bytesAvailable() > 0, m_soundServer.readAllStandardError().constData());
-}
-
-void InstalledProgramTest::pressDeckKey(int key)
-{
-    QByteArray report(4 + m_deck.keyCount, '\0');
-    report[0] = 1;
-    report[4 + key] = 1;
-    m_decks.sendReport(0, report);
-    report[4 + key] = 0;
-    m_decks.sendReport(0, report);
 }
 
 /// What all outputs must show, by what a browser is told.
 DisplaySnapshot InstalledProgramTest::toldSnapshot()
 {
-    const QJsonObject told = state();
+    const QJsonObject told = m_program->state();
     const QStringList thresholds {u"normal"_s, u"amber"_s, u"red"_s};
     const QString message = told[u"message"].toString();
     return {
@@ -223,23 +171,8 @@ QImage InstalledProgramTest::paintedPicture(const DisplaySnapshot& snapshot) con
 QImage InstalledProgramTest::displayedPicture() const
 {
     const QString file = m_folder.filePath(u"display.bmp"_s);
-    m_server.run(u"import"_s,
-        {u"-window"_s, u"root"_s, u"-crop"_s, u"1920x1080+1440+0"_s, u"+repage"_s, file});
+    m_server.run(u"import -window root -crop 1920x1080+1440+0 +repage "_s + file);
     return QImage(file).convertToFormat(QImage::Format_RGB32);
-}
-
-QImage InstalledProgramTest::icon() const
-{
-    const QString property = m_server.run(u"xprop"_s,
-        {u"-id"_s, m_console, u"-len"_s, u"4000000"_s, u"-notype"_s, u"32c"_s, u"_NET_WM_ICON"_s});
-    const QStringList numbers = property.section(u'=', 1).split(u',');
-    QImage image(numbers.value(0).toInt(), numbers.value(1).toInt(), QImage::Format_ARGB32);
-    if (numbers.size() != 2 + image.width() * image.height())
-        return {};
-    for (int pixel = 0; pixel < image.width() * image.height(); ++pixel) {
-        image.setPixel(pixel % image.width(), pixel / image.width(), numbers[2 + pixel].toUInt());
-    }
-    return image;
 }
 
 /// The keys that do not show what they should, by their roles.
@@ -250,8 +183,8 @@ QList<int> InstalledProgramTest::keysUnlike(
     for (qsizetype at = 0; at + deckReport <= written.size(); at += deckReport) {
         const QByteArray report = written.sliced(at, deckReport);
         m_partOfPicture += report.sliced(8, quint8(report[4]) | quint8(report[5]) << 8);
-        if (report[3] == 1)
-            m_keyPictures[report[2]] = std::exchange(m_partOfPicture, {});
+        if (const int key = completedKey(report); key >= 0)
+            m_keyPictures[key] = std::exchange(m_partOfPicture, {});
     }
     const QList<StreamDeckRole> roles = defaultRoles(m_deck);
     QList<int> unlike;
@@ -271,19 +204,12 @@ QByteArray InstalledProgramTest::runtimeLog() const
 
 void InstalledProgramTest::docksItsConsoleAndTakesTheSecondDisplay()
 {
-    QTRY_COMPARE(focusedWindow(), u"Tarrow"_s);
-    m_console = m_server.run(u"xdotool"_s, {u"getactivewindow"_s}).trimmed();
+    QTRY_COMPARE(m_server.focusedWindow(), u"Tarrow"_s);
     // At the right edge of the display, within a frame of one pixel.
-    QTRY_VERIFY(m_server.windowInfo(u"Tarrow"_s).contains(u"Absolute upper-left X:  1099"_s));
+    QTRY_COMPARE(m_server.windowPlace(u"Tarrow"_s).right(), 1440 - 2);
     QTRY_COMPARE(displayedPicture(), paintedPicture({}));
     QTRY_COMPARE(
         m_bus.screenSaver().inhibitors, QStringList {u"Tarrow: Tarrow stage timer is running"_s});
-}
-
-void InstalledProgramTest::asksForUpdatesQuietly()
-{
-    QTRY_VERIFY(!m_program->stored(UpdateChecker::lastCheckKey.toString()).isEmpty());
-    QCOMPARE(focusedWindow(), u"Tarrow"_s);
 }
 
 /// By the keyboard: the settings; backwards from there the finish buzzer, the deck, the web remote
@@ -296,18 +222,14 @@ void InstalledProgramTest::isSetUpAtTheConsole()
     QTRY_VERIFY(!m_decks.featureReports(0).isEmpty());
     press(u"shift+Tab shift+Tab shift+Tab shift+Tab shift+Tab shift+Tab shift+Tab shift+Tab "
           "space"_s);
-    QVERIFY2(m_program->waitForLog("Web remote on port"), m_program->log().constData());
+    QVERIFY2(m_program->webPort() != 0, m_program->log().constData());
     press(u"shift+Tab space"_s);
     QTRY_VERIFY(runtimeLog().contains("create Tarrow"));
     press(u"Tab Tab"_s);
-    for (const QStringList& cue : {QStringList {u"Doors"_s, u"1"_s}, {u"Talk"_s, u"20"_s}}) {
-        type(cue[0]);
-        press(u"Tab"_s);
-        type(cue[1]);
-        press(u"Return shift+Tab"_s);
-    }
+    press(u"d o o r s Tab 1 Return shift+Tab"_s);
+    press(u"t a l k Tab 2 0 Return shift+Tab"_s);
     QTRY_COMPARE(cues().size(), 2);
-    QCOMPARE(cues()[1].toObject()[u"title"], u"Talk"_s);
+    QCOMPARE(cues()[1].toObject()[u"title"], u"talk"_s);
 }
 
 void InstalledProgramTest::showsTheSameEverywhere_data()
@@ -327,7 +249,7 @@ void InstalledProgramTest::showsTheSameEverywhere_data()
     row("blackout", {"GO 12", "BLACK"}, {.isBlackout = true});
 }
 
-/// The display, the deck and the icon, by what the browser is told.
+/// The display and the deck, by what the browser is told.
 void InstalledProgramTest::showsTheSameEverywhere()
 {
     QFETCH(QByteArrayList, commands);
@@ -336,16 +258,14 @@ void InstalledProgramTest::showsTheSameEverywhere()
     m_program->send("RESET");
     for (const QByteArray& command : commands)
         m_program->send(command);
-    QTRY_COMPARE(state()[u"phase"].toString(), u"running"_s);
+    QTRY_COMPARE(m_program->state()[u"phase"], u"running"_s);
     pressDeckKey(pauseKey);
-    QTRY_COMPARE(state()[u"phase"].toString(), u"paused"_s);
+    QTRY_COMPARE(m_program->state()[u"phase"], u"paused"_s);
 
     const DisplaySnapshot shown = toldSnapshot();
     expected.timeText = shown.timeText;
     QCOMPARE(shown, expected);
     QTRY_COMPARE(displayedPicture(), paintedPicture(shown));
-    QTRY_COMPARE(
-        icon(), IconRenderer::image(shown.timeText, 512).convertToFormat(QImage::Format_ARGB32));
     const StreamDeckState deckState {
         .snapshot = shown,
         .phase = TimerEngine::Phase::paused,
@@ -363,7 +283,7 @@ void InstalledProgramTest::drawsAttention()
     QVERIFY(!runtimeLog().contains(white));
     m_program->send("ATTENTION");
     QTRY_VERIFY(runtimeLog().contains(white));
-    QCOMPARE(state()[u"strobeCount"].toInt(), 1);
+    QCOMPARE(m_program->state()[u"strobeCount"], 1);
 }
 
 void InstalledProgramTest::runsItsRunningOrder()
@@ -372,13 +292,13 @@ void InstalledProgramTest::runsItsRunningOrder()
     m_program->send("RESET");
     m_program->send("CUE 2");
     QTRY_VERIFY(onDeck(1));
-    QCOMPARE(state()[u"threshold"].toString(), u"normal"_s);
+    QCOMPARE(m_program->state()[u"threshold"], u"normal"_s);
     // Stepping leaves the time alone.
     pressDeckKey(cuePrevKey);
     QTRY_VERIFY(onDeck(0));
-    QCOMPARE(state()[u"threshold"].toString(), u"normal"_s);
+    QCOMPARE(m_program->state()[u"threshold"], u"normal"_s);
     pressDeckKey(cueGoKey);
-    QTRY_COMPARE(state()[u"threshold"].toString(), u"red"_s);
+    QTRY_COMPARE(m_program->state()[u"threshold"], u"red"_s);
 }
 
 void InstalledProgramTest::soundsAtTheEnd()
@@ -392,27 +312,24 @@ void InstalledProgramTest::soundsAtTheEnd()
 void InstalledProgramTest::opensItsHelpFromTheMenu()
 {
     press(u"alt Right Right Right Down Return"_s);
-    QTRY_COMPARE(focusedWindow(), u"Tarrow Help"_s);
-    m_server.run(u"wmctrl"_s, {u"-c"_s, u"Tarrow Help"_s});
-    QTRY_COMPARE(focusedWindow(), u"Tarrow"_s);
+    QTRY_COMPARE(m_server.focusedWindow(), u"Tarrow Help"_s);
+    m_server.run(u"wmctrl -F -c \"Tarrow Help\""_s);
+    QTRY_COMPARE(m_server.focusedWindow(), u"Tarrow"_s);
 }
 
 void InstalledProgramTest::endsWithItsConsole()
 {
-    m_server.run(u"wmctrl"_s, {u"-i"_s, u"-c"_s, m_console});
-    QVERIFY(m_program->waitForEnd());
-    QCOMPARE(m_program->process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(m_program->process().exitCode(), 0);
+    m_server.run(u"wmctrl -F -c Tarrow"_s);
+    QVERIFY(m_program->endsWell());
     QTRY_COMPARE(m_bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
     QTRY_COMPARE(
         keysUnlike([](const StreamDeckRole&) { return StreamDeckImage::KeyFace(); }), QList<int>());
 
-    const QJsonObject settings =
-        QJsonDocument::fromJson(m_program->stored(u"TarrowSettings.v1"_s)).object();
+    const QJsonObject settings = m_program->storedSettings();
     for (const QString& key : {u"webRemoteEnabled"_s, u"ndiEnabled"_s, u"playFinishSound"_s})
         QVERIFY2(settings[key].toBool(), qUtf8Printable(key));
     QCOMPARE(settings[u"enabledScreenIDs"].toArray().size(), 1);
-    QCOMPARE(QJsonDocument::fromJson(m_program->stored(u"TarrowCues.v1"_s)).array().size(), 2);
+    QCOMPARE(QJsonDocument::fromJson(m_program->stored(RunningProgram::cuesKey)).array().size(), 2);
 }
 
 QTEST_MAIN(InstalledProgramTest)

@@ -53,9 +53,7 @@ private Q_SLOTS:
     void sendsTheAudiencePicture()
     {
         RunningProgram program;
-        program.setStored(u"TarrowSettings.v1"_s,
-            RunningProgram::settingsDocument(
-                {{u"ndiEnabled"_s, true}, {u"ndiSourceName"_s, u"Bühne"_s}}));
+        program.setSettings({{u"ndiEnabled"_s, true}, {u"ndiSourceName"_s, u"Bühne"_s}});
         program.environment().insert(u"NDI_RUNTIME_DIR_V6"_s, runtimeFolder);
         QVERIFY(program.start());
         QVERIFY(program.waitForLog("NDI sending as \"Bühne\""));

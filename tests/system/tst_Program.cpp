@@ -1,3 +1,4 @@
+#include "helpers/HTTPPeer.h"
 #include "helpers/RunningProgram.h"
 
 #include <QLocalServer>
@@ -12,9 +13,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString settingsKey = u"TarrowSettings.v1"_s;
-const QString cuesKey = u"TarrowCues.v1"_s;
-
 const QByteArray runningOrder =
     R"([{"id":"6F9619FF-8B86-D011-B42D-00C04FC964F0","title":"Cue","seconds":60}])";
 
@@ -25,37 +23,14 @@ class ProgramTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void obeysDatagrams();
     void goesOnWhileTheSoundServerHangs();
-    void stopsOnACommandThatIsFatal_data();
-    void stopsOnACommandThatIsFatal();
+    void stopsOnWhatIsFatal();
     void endsOnSignals_data();
     void endsOnSignals();
-    void holdsThePortWithinItsRange_data();
-    void holdsThePortWithinItsRange();
+    void holdsItsPortsWithinTheirRange();
     void outlivesTheReaderOfItsLog();
     void startsWithItsStreamsClosed();
 };
-
-void ProgramTest::obeysDatagrams()
-{
-    RunningProgram program;
-    QVERIFY(program.start());
-    QVERIFY(program.waitForLog("No display: running on Qt's offscreen platform, UDP port "
-        + QByteArray::number(program.port())));
-    for (const char* datagram : {"GO 5", "STOP", "\xff", "", "msg Doors \"open\"", "pause\r\n"})
-        program.send(datagram);
-    QVERIFY(program.waitForLog("command pause"));
-
-    QList<QByteArray> commands;
-    for (const QByteArray& line : program.log().split('\n')) {
-        if (const auto start = line.indexOf("command "); start >= 0)
-            commands.append(line.mid(start));
-    }
-    QCOMPARE(commands,
-        (QList<QByteArray> {
-            "command go(minutes: 5.0)", R"(command message("Doors \"open\""))", "command pause"}));
-}
 
 void ProgramTest::goesOnWhileTheSoundServerHangs()
 {
@@ -64,52 +39,36 @@ void ProgramTest::goesOnWhileTheSoundServerHangs()
     QVERIFY(silent.listen(folder.filePath(u"pulse"_s)));
     RunningProgram program;
     program.environment().insert(u"PULSE_SERVER"_s, u"unix:"_s + silent.fullServerName());
-    program.setStored(
-        settingsKey, RunningProgram::settingsDocument({{u"playFinishSound"_s, true}}));
+    program.setSettings({{u"playFinishSound"_s, true}});
     QVERIFY(program.start());
 
     program.send("GO 0.01");
     QVERIFY(silent.waitForNewConnection(10'000));
-    program.send("STOPTIME");
-    QVERIFY(program.waitForLog("command stop"));
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QVERIFY(program.carriesOut("STOPTIME"));
+    QVERIFY(program.quits());
 }
 
-void ProgramTest::stopsOnACommandThatIsFatal_data()
+void ProgramTest::stopsOnWhatIsFatal()
 {
-    QTest::addColumn<QByteArray>("datagram");
-    QTest::addColumn<QByteArray>("named");
-
-    QTest::newRow("infinite") << QByteArray("SET inf") << QByteArray("inf");
-    QTest::newRow("no number") << QByteArray("go nan") << QByteArray("nan");
-    QTest::newRow("index") << QByteArray("CUE -9223372036854775808")
-                           << QByteArray("-9223372036854775808 - 1");
-}
-
-void ProgramTest::stopsOnACommandThatIsFatal()
-{
-    QFETCH(QByteArray, datagram);
-    QFETCH(QByteArray, named);
-
     RunningProgram program;
-    const QByteArray settings =
-        RunningProgram::settingsDocument({{u"amberThresholdSeconds"_s, 120}});
-    program.setStored(settingsKey, settings);
-    program.setStored(cuesKey, runningOrder);
+    program.setSettings({{u"amberThresholdSeconds"_s, 120}, {u"webRemoteEnabled"_s, true}});
+    const QByteArray settings = program.stored(RunningProgram::settingsKey);
+    program.setStored(RunningProgram::cuesKey, runningOrder);
     QVERIFY(program.start());
-    program.send(datagram);
+    program.send("SET inf");
     QVERIFY(program.waitForEnd());
     QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
     QCOMPARE(program.log().count("fatal: "), 1);
-    QVERIFY2(program.log().contains(" is " + named + ","), program.log().constData());
 
     QVERIFY(program.start());
-    program.send("CUE 1");
-    QVERIFY(program.waitForLog("command cue(1)"));
-    QCOMPARE(program.stored(settingsKey), settings);
-    QCOMPARE(program.stored(cuesKey), runningOrder);
+    QVERIFY(program.carriesOut("CUE 1"));
+    QCOMPARE(program.stored(RunningProgram::settingsKey), settings);
+    QCOMPARE(program.stored(RunningProgram::cuesKey), runningOrder);
+
+    HTTPPeer(program.webPort()).get("/x?c=1&==");
+    QVERIFY(program.waitForEnd());
+    QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
+    QCOMPARE(program.log().count("fatal: "), 1);
 }
 
 void ProgramTest::endsOnSignals_data()
@@ -127,36 +86,24 @@ void ProgramTest::endsOnSignals()
 
     RunningProgram program;
     QVERIFY(program.start());
-    program.send("GO 5");
-    QVERIFY(program.waitForLog("command go"));
+    QVERIFY(program.carriesOut("GO 5"));
     kill(static_cast<pid_t>(program.process().processId()), signal);
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(program.process().exitCode(), 0);
+    QVERIFY(program.endsWell());
 }
 
-void ProgramTest::holdsThePortWithinItsRange_data()
+void ProgramTest::holdsItsPortsWithinTheirRange()
 {
-    QTest::addColumn<qint64>("stored");
-    QTest::addColumn<std::optional<int>>("bound");
-
-    QTest::newRow("above") << qint64(70000) << std::optional(65535);
-    // 0, and with it any free port.
-    QTest::newRow("below") << qint64(-1) << std::optional<int>();
-}
-
-void ProgramTest::holdsThePortWithinItsRange()
-{
-    QFETCH(qint64, stored);
-    QFETCH(std::optional<int>, bound);
-
     RunningProgram program;
-    program.setStored(settingsKey, RunningProgram::settingsDocument({{u"udpPort"_s, stored}}));
+    program.setSettings(
+        {{u"webRemoteEnabled"_s, true}, {u"webPort"_s, 70'000}, {u"udpPort"_s, 70'000}});
     QVERIFY(program.start());
-    if (bound)
-        QCOMPARE(program.port(), *bound);
-    program.send("STOPTIME");
-    QVERIFY(program.waitForLog("command stop"));
+    QCOMPARE(program.port(), 65535);
+    QCOMPARE(program.webPort(), 65535);
+    QVERIFY(program.carriesOut("STOPTIME"));
+    QVERIFY(program.quits());
+    // 0, and with it any free port.
+    program.setSettings({{u"udpPort"_s, -1}});
+    QVERIFY(program.start());
 }
 
 void ProgramTest::outlivesTheReaderOfItsLog()
@@ -166,9 +113,7 @@ void ProgramTest::outlivesTheReaderOfItsLog()
     program.process().closeReadChannel(QProcess::StandardError);
     for (int i = 0; i < 100; ++i)
         program.send("GO 5");
-    program.process().terminate();
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::NormalExit);
+    QVERIFY(program.quits());
 }
 
 /// The listener must not get the number of a closed stream: what is written there would go out to

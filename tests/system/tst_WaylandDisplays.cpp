@@ -22,8 +22,7 @@ private Q_SLOTS:
         const auto third =
             static_cast<qint64>(displayNumber(u"WL-3"_s, u"wayland"_s, u"wayland"_s, {}));
         RunningProgram program;
-        program.setStored(u"TarrowSettings.v1"_s,
-            RunningProgram::settingsDocument({{u"enabledScreenIDs"_s, QJsonArray {third}}}));
+        program.setSettings({{u"enabledScreenIDs"_s, QJsonArray {third}}});
         program.environment().insert(u"WAYLAND_DISPLAY"_s, server.name());
         program.environment().insert(u"QT_QPA_PLATFORM"_s, u"wayland"_s);
         program.environment().insert(u"WAYLAND_DEBUG"_s, u"1"_s);
