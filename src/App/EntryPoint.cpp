@@ -24,7 +24,7 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
     ConsoleStyle::install();
-    // Where the sound module lies once installed; Qt looks beside the program by itself.
+    // Where the modules lie once installed; Qt looks beside the program by itself.
     QApplication::addLibraryPath(
         QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));
 

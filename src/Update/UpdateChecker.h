@@ -2,12 +2,12 @@
 
 #include "Support/Clock.h"
 #include "Support/Preferences.h"
-#include "Update/ManifestDownload.h"
+#include "Update/FeedDownload.h"
+#include "Update/UpdateManifest.h"
 
 #include <QDateTime>
 #include <QJsonObject>
 #include <QMessageBox>
-#include <QNetworkAccessManager>
 #include <QObject>
 
 #include <chrono>
@@ -54,6 +54,7 @@ private:
     };
 
     void check(Initiator initiator);
+    void handleAnswer(const FeedDownload::Answer& answer, Initiator initiator);
     void handleManifest(const UpdateManifest& manifest, Initiator initiator);
     void handleFailure(const QString& reason, Initiator initiator);
     void present(const UpdateManifest& manifest);
@@ -69,7 +70,6 @@ private:
     Clock m_clock;
     std::chrono::milliseconds m_requestLimit;
     std::list<std::unique_ptr<QMessageBox>> m_alerts;
+    /// Takes the requests that are under way with it.
     QObject m_context;
-    /// Made for the first request: it costs a thread.
-    std::optional<QNetworkAccessManager> m_network;
 };

@@ -33,6 +33,7 @@ class AppDelegateTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QCoreApplication::addLibraryPath(QStringLiteral(TARROW_MODULES)); }
     void tellsTheState();
     void tellsTheRunningOrder();
     void makesEveryServiceInItsTurn();

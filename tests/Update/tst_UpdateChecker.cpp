@@ -130,6 +130,7 @@ public Q_SLOTS:
     void openInBrowser(const QUrl& address) { m_opened.append(address.toString()); }
 
 private Q_SLOTS:
+    void initTestCase() { QCoreApplication::addLibraryPath(QStringLiteral(TARROW_MODULES)); }
     void init();
     void comparesVersions_data();
     void comparesVersions();
