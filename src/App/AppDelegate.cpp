@@ -191,8 +191,9 @@ void AppDelegate::createControlWindow()
 void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
-    m_dockBadge.emplace(m_timeText, [](const QString& text) {
-        QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize));
+    m_dockBadge.emplace(m_timeText, [this](const QString& text) {
+        m_controlWindow->afterShowing(
+            [text] { QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize)); });
     });
 }
 
@@ -209,5 +210,6 @@ void AppDelegate::activateApplication()
 
 void AppDelegate::checkForUpdatesInBackground()
 {
-    updateChecker().checkInBackground(settings.autoCheckUpdates);
+    m_controlWindow->afterShowing(
+        [this] { updateChecker().checkInBackground(settings.autoCheckUpdates); });
 }

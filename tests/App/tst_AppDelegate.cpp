@@ -182,6 +182,7 @@ void AppDelegateTest::followsTheSwitchesThroughTheEventLoop()
 void AppDelegateTest::showsTheTimeAsItsIcon()
 {
     Stage stage;
+    QApplication::setWindowIcon({});
     stage.delegate->applicationDidFinishLaunching();
     TimerEngine& engine = stage.delegate->engine();
     const QImage idle = IconRenderer::image(u"00:00"_s, 512);
