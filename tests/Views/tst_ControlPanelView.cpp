@@ -19,7 +19,6 @@ namespace {
 struct Panel : Console {
     ControlPanelView view {models()};
     QLineEdit& minutes {*view.findChild<MinutesField*>()};
-    QLineEdit& message {field(u"Message to display"_s)};
     std::optional<QPropertyNotifier> startCounter;
     int starts = 0;
 
@@ -39,6 +38,9 @@ struct Panel : Console {
         const auto fields = view.findChildren<QLineEdit*>();
         return **std::ranges::find(fields, placeholder, &QLineEdit::placeholderText);
     }
+
+    /// Of the settings, once they have been shown.
+    [[nodiscard]] QLineEdit& message() const { return field(u"Message to display"_s); }
 
     [[nodiscard]] QAbstractButton& button(const QString& name) const
     {
@@ -85,7 +87,7 @@ struct Panel : Console {
             if (argument == u"nothing")
                 view.focusWidget()->clearFocus();
             else
-                (argument == u"message" ? static_cast<QWidget&>(message) : button(argument))
+                (argument == u"message" ? static_cast<QWidget&>(message()) : button(argument))
                     .setFocus();
         };
         const auto press = [&] {
@@ -267,7 +269,7 @@ private Q_SLOTS:
     {
         Panel panel;
         panel.click(u"Show settings"_s);
-        QLineEdit& field = panel.message;
+        QLineEdit& field = panel.message();
         const auto shown = [&] { return panel.engine.snapshot.value().message; };
         field.setFocus();
         QTest::keyClicks(&field, u"Doors"_s);
@@ -291,6 +293,7 @@ private Q_SLOTS:
     void stepsThresholds()
     {
         Panel panel;
+        panel.click(u"Show settings"_s);
         // What the stepper reads, and what a key makes of the value.
         const auto step = [&](const QString& name, qint64 before, Qt::Key key) {
             QProperty<qint64>& property = name == u"Red at" ? panel.settings.redThresholdSeconds
