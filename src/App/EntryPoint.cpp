@@ -22,7 +22,7 @@ int main(int argc, char* argv[])
 
     // The locale first, which the reader of the typefaces and the application share.
     std::setlocale(LC_ALL, "");
-    const std::future<void> typefaces = std::async(std::launch::async, readSystemTypefaces);
+    const std::future<void> typefaces = std::async(readSystemTypefaces);
     QApplication application(argc, argv);
     typefaces.wait();
     QApplication::setApplicationName(u"Tarrow"_s);
