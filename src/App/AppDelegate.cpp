@@ -93,6 +93,12 @@ void AppDelegate::applicationWillTerminate()
     m_sleepAssertionID = 0;
 }
 
+bool AppDelegate::finish()
+{
+    const bool isSilent = m_soundPlayer.finish();
+    return isSilent && (!m_updateChecker || m_updateChecker->isIdle());
+}
+
 void AppDelegate::installMainMenu()
 {
     m_mainMenu = std::make_unique<MainMenu>(MainMenu::Targets {

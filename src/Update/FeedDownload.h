@@ -25,6 +25,10 @@ public:
     /// reason to wait for ever. An answer of more than a mebibyte counts as empty.
     virtual void fetch(const QUrl& feed, std::chrono::milliseconds limit, QObject& context,
         std::function<void(const Answer&)> onAnswer) = 0;
+
+    /// False while the system may still be looking for the address of a feed, which it may do for
+    /// longer than any limit; the network library waits for it when the process tidies up.
+    [[nodiscard]] virtual bool isIdle() const = 0;
 };
 
 Q_DECLARE_INTERFACE(FeedDownload, "com.quillfen.tarrow.FeedDownload")

@@ -47,6 +47,8 @@ public:
     {
         // Goes with its one request: it has a thread.
         auto* network = std::make_unique<QNetworkAccessManager>(&context).release();
+        ++m_requests;
+        connect(network, &QObject::destroyed, this, [this] { --m_requests; });
         QNetworkRequest request(feed);
         request.setAttribute(
             QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
@@ -64,10 +66,18 @@ public:
         });
         connect(reply, &QNetworkReply::finished, network,
             [network, reply, ownAnswer, onAnswer = std::move(onAnswer)] {
-                network->deleteLater();
+                // The search for an address may go on when the time for it is over.
+                if (*ownAnswer != Answer(timedOut))
+                    network->deleteLater();
                 onAnswer(*ownAnswer ? **ownAnswer : answerOf(*reply));
             });
     }
+
+    [[nodiscard]] bool isIdle() const override { return m_requests == 0; }
+
+private:
+    /// Those that may still wait for something.
+    int m_requests = 0;
 };
 
 #include "QtFeedDownload.moc"

@@ -120,12 +120,12 @@ void UpdateChecker::check(Initiator initiator)
     }
     // Found in the application's library paths, loaded once and never unloaded.
     QPluginLoader module(u"libtarrow-update"_s);
-    auto* download = qobject_cast<FeedDownload*>(module.instance());
-    if (!download) {
+    m_download = qobject_cast<FeedDownload*>(module.instance());
+    if (!m_download) {
         handleFailure(module.errorString(), initiator);
         return;
     }
-    download->fetch(*feed, m_requestLimit, m_context,
+    m_download->fetch(*feed, m_requestLimit, m_context,
         [this, initiator](const FeedDownload::Answer& answer) { handleAnswer(answer, initiator); });
 }
 

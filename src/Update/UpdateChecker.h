@@ -42,6 +42,10 @@ public:
     /// Checks at once, and tells every outcome.
     void checkForUpdatesMenu();
 
+    /// False when the process must end without tidying up (std::quick_exit), which would wait for
+    /// a name server that may never answer.
+    [[nodiscard]] bool isIdle() const { return m_download == nullptr || m_download->isIdle(); }
+
     /// Whether version `a` comes after version `b`, piece by piece. What is not a number counts as
     /// 0, and so does a piece that is not there.
     [[nodiscard]] static bool isNewer(const QString& a, const QString& b);
@@ -69,6 +73,8 @@ private:
     Preferences& m_preferences;
     Clock m_clock;
     std::chrono::milliseconds m_requestLimit;
+    /// Loaded for the first check.
+    FeedDownload* m_download = nullptr;
     std::list<std::unique_ptr<QMessageBox>> m_alerts;
     /// Takes the requests that are under way with it.
     QObject m_context;
