@@ -29,10 +29,6 @@ if(TARROW_SANITIZERS)
   target_link_options(TarrowOptions INTERFACE -fsanitize=${TARROW_SANITIZERS})
 endif()
 
-# What the program loads at run time.
-include(GNUInstallDirs)
-set(TARROW_INSTALL_MODULES lib/tarrow)
-
 # tarrow_library(FOLDER SOURCES file… [LINKS library…] [PRIVATE_LINKS library…])
 #
 # One folder of src/ is one static library of the folder's name. LINKS name the folders and
@@ -45,6 +41,25 @@ function(tarrow_library FOLDER)
   target_link_libraries(${FOLDER}
     PUBLIC ${ARG_LINKS}
     PRIVATE TarrowOptions ${ARG_PRIVATE_LINKS})
+endfunction()
+
+# Where the modules lie once installed.
+include(GNUInstallDirs)
+set(TARROW_INSTALL_MODULES lib/tarrow)
+
+# tarrow_module(NAME SOURCES file… LINKS library…)
+#
+# A plug-in that the program loads at run time, when it needs the libraries. It lies beside the
+# program, until it is installed.
+function(tarrow_module NAME)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(${NAME} MODULE ${ARG_SOURCES})
+  set_target_properties(${NAME} PROPERTIES
+    AUTOMOC ON
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+  target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${NAME} PRIVATE ${ARG_LINKS} TarrowOptions)
+  install(TARGETS ${NAME} LIBRARY DESTINATION ${TARROW_INSTALL_MODULES})
 endfunction()
 
 # tarrow_test(NAME LINKS library… [DEFINITIONS definition…] [DEPENDS target…] [RUNNER word…])

@@ -57,6 +57,8 @@ def start_to_screen(command, environment, screen):
     while screen.pixel(*SPOT) == empty:
         if process.poll() is not None or time.monotonic() - start > 10:
             raise RuntimeError(f"{command} shows nothing")
+        # Looking all the time would take a core from what is looked at.
+        time.sleep(0.0003)
     elapsed = time.monotonic() - start
     process.terminate()
     process.wait()

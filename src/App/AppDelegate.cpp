@@ -93,6 +93,12 @@ void AppDelegate::applicationWillTerminate()
     m_sleepAssertionID = 0;
 }
 
+bool AppDelegate::finish()
+{
+    const bool isSilent = m_soundPlayer.finish();
+    return isSilent && (!m_updateChecker || m_updateChecker->isIdle());
+}
+
 void AppDelegate::installMainMenu()
 {
     m_mainMenu = std::make_unique<MainMenu>(MainMenu::Targets {
@@ -191,8 +197,9 @@ void AppDelegate::createControlWindow()
 void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
-    m_dockBadge.emplace(m_timeText, [](const QString& text) {
-        QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize));
+    m_dockBadge.emplace(m_timeText, [this](const QString& text) {
+        m_controlWindow->afterShowing(
+            [text] { QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize)); });
     });
 }
 
@@ -209,5 +216,6 @@ void AppDelegate::activateApplication()
 
 void AppDelegate::checkForUpdatesInBackground()
 {
-    updateChecker().checkInBackground(settings.autoCheckUpdates);
+    m_controlWindow->afterShowing(
+        [this] { updateChecker().checkInBackground(settings.autoCheckUpdates); });
 }

@@ -56,9 +56,9 @@ public:
     void applicationDidFinishLaunching();
     /// The shutdown, whatever asked the program to quit.
     void applicationWillTerminate();
-    /// After the event loop: false when a sound server hangs and the process must not wait for
-    /// anything any more (see SoundPlayer::finish).
-    [[nodiscard]] bool finish() { return m_soundPlayer.finish(); }
+    /// After the event loop: false when a sound server or a name server hangs and the process must
+    /// not wait for anything any more (see SoundPlayer::finish and UpdateChecker::isIdle).
+    [[nodiscard]] bool finish();
 
     /// What the web remote tells of the timer, and of the running order: compact JSON documents,
     /// made from what holds now. A colour that is not finite stops the process (see trap()).

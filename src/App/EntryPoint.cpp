@@ -1,5 +1,6 @@
 #include "App/AppDelegate.h"
 #include "Platform/ProcessSetup.h"
+#include "Platform/SystemTypefaces.h"
 #include "Platform/TerminationSignals.h"
 #include "Support/ControlLog.h"
 #include "Support/SystemPreferences.h"
@@ -8,7 +9,9 @@
 #include <QApplication>
 #include <QTimer>
 
+#include <clocale>
 #include <cstdlib>
+#include <future>
 
 using namespace Qt::StringLiterals;
 
@@ -17,14 +20,18 @@ int main(int argc, char* argv[])
     prepareProcess();
     installLogOutput();
 
+    // The locale first, which the reader of the typefaces and the application share.
+    std::setlocale(LC_ALL, "");
+    const std::future<void> typefaces = std::async(readSystemTypefaces);
     QApplication application(argc, argv);
+    typefaces.wait();
     QApplication::setApplicationName(u"Tarrow"_s);
     const QJsonObject information = informationDictionary();
     QApplication::setApplicationVersion(runningVersion(information));
     QApplication::setDesktopFileName(u"com.quillfen.tarrow"_s);
     QApplication::setQuitOnLastWindowClosed(true);
     ConsoleStyle::install();
-    // Where the sound module lies once installed; Qt looks beside the program by itself.
+    // Where the modules lie once installed; Qt looks beside the program by itself.
     QApplication::addLibraryPath(
         QApplication::applicationDirPath() + QStringLiteral("/" TARROW_MODULES));
 

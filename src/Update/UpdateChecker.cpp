@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QPlainTextEdit>
+#include <QPluginLoader>
 #include <QPushButton>
 
 #include <algorithm>
@@ -117,17 +118,27 @@ void UpdateChecker::check(Initiator initiator)
         handleFailure(u"No update feed is configured."_s, initiator);
         return;
     }
-    if (!m_network)
-        m_network.emplace();
-    downloadManifest(
-        *m_network, *feed, m_requestLimit, [this, initiator](const ManifestResult& result) {
-            std::visit(
-                Overloaded {
-                    [&](const UpdateManifest& manifest) { handleManifest(manifest, initiator); },
-                    [&](const QString& reason) { handleFailure(reason, initiator); },
-                },
-                result);
-        });
+    // Found in the application's library paths, loaded once and never unloaded.
+    QPluginLoader module(u"libtarrow-update"_s);
+    m_download = qobject_cast<FeedDownload*>(module.instance());
+    if (!m_download) {
+        handleFailure(module.errorString(), initiator);
+        return;
+    }
+    m_download->fetch(*feed, m_requestLimit, m_context,
+        [this, initiator](const FeedDownload::Answer& answer) { handleAnswer(answer, initiator); });
+}
+
+void UpdateChecker::handleAnswer(const FeedDownload::Answer& answer, Initiator initiator)
+{
+    const auto* bytes = std::get_if<QByteArray>(&answer);
+    const ManifestResult result =
+        bytes ? decodeManifest(*bytes) : ManifestResult(std::get<QString>(answer));
+    std::visit(Overloaded {
+                   [&](const UpdateManifest& manifest) { handleManifest(manifest, initiator); },
+                   [&](const QString& reason) { handleFailure(reason, initiator); },
+               },
+        result);
 }
 
 void UpdateChecker::handleManifest(const UpdateManifest& manifest, Initiator initiator)

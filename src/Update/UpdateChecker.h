@@ -2,12 +2,12 @@
 
 #include "Support/Clock.h"
 #include "Support/Preferences.h"
-#include "Update/ManifestDownload.h"
+#include "Update/FeedDownload.h"
+#include "Update/UpdateManifest.h"
 
 #include <QDateTime>
 #include <QJsonObject>
 #include <QMessageBox>
-#include <QNetworkAccessManager>
 #include <QObject>
 
 #include <chrono>
@@ -42,6 +42,10 @@ public:
     /// Checks at once, and tells every outcome.
     void checkForUpdatesMenu();
 
+    /// False when the process must end without tidying up (std::quick_exit), which would wait for
+    /// a name server that may never answer.
+    [[nodiscard]] bool isIdle() const { return m_download == nullptr || m_download->isIdle(); }
+
     /// Whether version `a` comes after version `b`, piece by piece. What is not a number counts as
     /// 0, and so does a piece that is not there.
     [[nodiscard]] static bool isNewer(const QString& a, const QString& b);
@@ -54,6 +58,7 @@ private:
     };
 
     void check(Initiator initiator);
+    void handleAnswer(const FeedDownload::Answer& answer, Initiator initiator);
     void handleManifest(const UpdateManifest& manifest, Initiator initiator);
     void handleFailure(const QString& reason, Initiator initiator);
     void present(const UpdateManifest& manifest);
@@ -68,8 +73,9 @@ private:
     Preferences& m_preferences;
     Clock m_clock;
     std::chrono::milliseconds m_requestLimit;
+    /// Loaded for the first check.
+    FeedDownload* m_download = nullptr;
     std::list<std::unique_ptr<QMessageBox>> m_alerts;
+    /// Takes the requests that are under way with it.
     QObject m_context;
-    /// Made for the first request: it costs a thread.
-    std::optional<QNetworkAccessManager> m_network;
 };

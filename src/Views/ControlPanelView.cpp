@@ -65,13 +65,11 @@ ControlPanelView::ControlPanelView(const Models& models, QWidget* parent)
     blocks->setContentsMargins(0, 0, 0, 0);
     blocks->setSpacing(0);
     blocks->addWidget(makeCompactBlock());
-    blocks->addWidget(makeExpandedBlock(), 1);
     blocks->addStretch();
     setExpanded(false);
     m_controls.front()->setFocus();
 
     m_compactBlock->installEventFilter(this);
-    m_settingsColumn->installEventFilter(this);
 
     m_shapeNotifiers = m_models.settings.observe([this] { shapePreview(); });
     m_models.router.onScreensChange = [this] { showScreens(); };
@@ -172,6 +170,8 @@ QWidget* ControlPanelView::makeExpandedBlock()
     column->addWidget(new StreamDeckPanel(m_models.streamDeck));
     column->addLayout(makeOptions());
     column->addStretch();
+    m_settingsColumn->installEventFilter(this);
+    m_outputSection->showScreens(m_models.router.availableScreens());
     return m_expandedBlock;
 }
 
@@ -231,19 +231,24 @@ void ControlPanelView::keepFocusFrom(const QWidget& leaving)
 void ControlPanelView::setExpanded(bool isExpanded)
 {
     m_isExpanded = isExpanded;
-    if (!isExpanded)
+    // The operator sees the console sooner without it.
+    if (isExpanded && !m_expandedBlock)
+        static_cast<QVBoxLayout*>(layout())->insertWidget(1, makeExpandedBlock(), 1);
+    if (m_expandedBlock && !isExpanded)
         keepFocusFrom(*m_expandedBlock);
     const QString help = isExpanded ? u"Hide settings"_s : u"Show settings"_s;
     m_expandButton->setSymbol(isExpanded ? u"chevron.up.circle"_s : u"ellipsis.circle"_s);
     m_expandButton->setToolTip(help);
     m_expandButton->setAccessibleName(help);
-    m_expandedBlock->setVisible(isExpanded);
+    if (m_expandedBlock)
+        m_expandedBlock->setVisible(isExpanded);
     reportHeights();
 }
 
 void ControlPanelView::showScreens()
 {
-    m_outputSection->showScreens(m_models.router.availableScreens());
+    if (m_outputSection)
+        m_outputSection->showScreens(m_models.router.availableScreens());
     shapePreview();
 }
 

@@ -84,7 +84,7 @@ private:
     /// One for each mode, in the modes' order.
     std::vector<QWidget*> m_controls;
     QWidget* m_compactBlock = nullptr;
-    /// With the divider above it.
+    /// With the divider above it. Made when it is first wanted.
     QWidget* m_expandedBlock = nullptr;
     QWidget* m_settingsColumn = nullptr;
     OutputSection* m_outputSection = nullptr;

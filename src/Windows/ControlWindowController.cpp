@@ -11,6 +11,7 @@
 #include <QWindow>
 
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -18,6 +19,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto animationTime = 260ms;
+constexpr auto showingTime = 1s;
 constexpr int dividerHeight = 1;
 
 /// Can be dragged by any point that no control takes.
@@ -85,6 +87,9 @@ ControlWindowController::ControlWindowController(const ControlPanelView::Models&
     m_panel->onSizes = [this](const ConsoleHeights& heights) { applySizes(heights); };
     m_panel->onAlwaysOnTop = [this](bool isOnTop) { setAlwaysOnTop(isOnTop); };
 
+    m_showing.setSingleShot(true);
+    connect(&m_showing, &QTimer::timeout, this, [this] { didShow(); });
+
     m_animation.setDuration(static_cast<int>(animationTime.count()));
     m_animation.setEasingCurve(easeInEaseOut());
     connect(&m_animation, &QVariantAnimation::valueChanged, this,
@@ -108,6 +113,21 @@ void ControlWindowController::showWindow()
     applySizes(m_panel->heights());
 }
 
+void ControlWindowController::afterShowing(std::function<void()> action)
+{
+    if (m_isShown)
+        action();
+    else
+        m_afterShowing.push_back(std::move(action));
+}
+
+void ControlWindowController::didShow()
+{
+    m_isShown = true;
+    for (const std::function<void()>& action : std::exchange(m_afterShowing, {}))
+        action();
+}
+
 /// How wide the window's frame is, is known once the window is seen.
 bool ControlWindowController::eventFilter(QObject* watched, QEvent* event)
 {
@@ -115,6 +135,8 @@ bool ControlWindowController::eventFilter(QObject* watched, QEvent* event)
         watched->removeEventFilter(this);
         placeInDock();
         m_isInDock = true;
+        // It is painted before the event loop gets there.
+        m_showing.start(0);
     }
     return QObject::eventFilter(watched, event);
 }
@@ -151,6 +173,7 @@ void ControlWindowController::dock()
     m_window->windowHandle()->setScreen(mainScreen());
     m_window->windowHandle()->installEventFilter(this);
     placeInDock();
+    m_showing.start(showingTime);
     m_window->show();
     m_window->raise();
     m_window->activateWindow();

@@ -52,6 +52,8 @@ class AppDelegateTest : public QObject {
     }
 
 private Q_SLOTS:
+    void initTestCase() { QCoreApplication::addLibraryPath(QStringLiteral(TARROW_MODULES)); }
+
     void makesEveryServiceInItsTurn()
     {
         SessionBus bus(SessionBus::Services::screenSaver);

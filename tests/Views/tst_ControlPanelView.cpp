@@ -18,7 +18,6 @@ namespace {
 struct Panel : Console {
     ControlPanelView view {models()};
     QLineEdit& minutes {*view.findChild<MinutesField*>()};
-    QLineEdit& message {field(u"Message to display"_s)};
     std::optional<QPropertyNotifier> startCounter;
     int starts = 0;
 
@@ -38,6 +37,9 @@ struct Panel : Console {
         const auto fields = view.findChildren<QLineEdit*>();
         return **std::ranges::find(fields, placeholder, &QLineEdit::placeholderText);
     }
+
+    /// Of the settings, once they have been shown.
+    [[nodiscard]] QLineEdit& message() const { return field(u"Message to display"_s); }
 
     [[nodiscard]] QAbstractButton& button(const QString& name) const
     {
@@ -84,7 +86,7 @@ struct Panel : Console {
             if (argument == u"nothing")
                 view.focusWidget()->clearFocus();
             else
-                (argument == u"message" ? static_cast<QWidget&>(message) : button(argument))
+                (argument == u"message" ? static_cast<QWidget&>(message()) : button(argument))
                     .setFocus();
         };
         const auto press = [&] {
@@ -247,7 +249,7 @@ private Q_SLOTS:
     {
         Panel panel;
         panel.click(u"Show settings"_s);
-        QLineEdit& field = panel.message;
+        QLineEdit& field = panel.message();
         const auto shown = [&] { return panel.engine.snapshot.value().message; };
         field.setFocus();
         QTest::keyClicks(&field, u"Doors"_s);

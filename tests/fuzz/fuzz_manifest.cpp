@@ -3,8 +3,8 @@
 #include "Fuzzing.h"
 
 #include "Support/Utf8.h"
-#include "Update/ManifestDownload.h"
 #include "Update/UpdateChecker.h"
+#include "Update/UpdateManifest.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

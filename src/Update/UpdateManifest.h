@@ -2,14 +2,9 @@
 
 #include <QByteArray>
 #include <QString>
-#include <QUrl>
 
-#include <chrono>
-#include <functional>
 #include <optional>
 #include <variant>
-
-class QNetworkAccessManager;
 
 /// What a feed says of the published version.
 struct UpdateManifest {
@@ -27,9 +22,3 @@ using ManifestResult = std::variant<UpdateManifest, QString>;
 /// What the feed answered. Keys other than the manifest's are ignored, those that need not be
 /// there may be null.
 [[nodiscard]] ManifestResult decodeManifest(const QByteArray& bytes);
-
-/// Fetches the manifest at `feed` and tells once, from the event loop, how that went; never when
-/// `network` goes before. `limit` is for all of it: a server that keeps sending a little is no
-/// reason to wait for ever. No manifest is larger than a mebibyte.
-void downloadManifest(QNetworkAccessManager& network, const QUrl& feed,
-    std::chrono::milliseconds limit, std::function<void(const ManifestResult&)> onResult);
