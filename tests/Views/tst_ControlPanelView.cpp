@@ -176,6 +176,8 @@ private Q_SLOTS:
             row(script, "running 01:17 []");
         row("click 5; click 20; click GO", "running 20:00 []");
         row("type 1; click GO; click +1; click −1", "running 01:00 []");
+        row("type 1; click GO; click −1", "running 01:00 []");
+        row("type 1.0167; click GO; click −1", "running 00:01 []");
 
         row("count; press Return", "idle 00:00 started 1 []");
         row("count; press Enter", "idle 00:00 started 1 []");
@@ -309,23 +311,59 @@ private Q_SLOTS:
     {
         Panel panel;
         AppSettings& settings = panel.settings;
-        settings.enabledScreenIDs = {1};
-        settings.ndiWidth = 948;
-        settings.ndiHeight = 948;
         const auto widgets = panel.view.findChildren<QWidget*>();
         const QWidget& preview =
             **std::ranges::find(widgets, u"Preview of the output"_s, &QWidget::accessibleName);
-        const auto height = [&](const QList<ScreenInfo>& screens) {
+        settings.ndiWidth = 948;
+        // NDI is on where its height is given.
+        const auto shape = [&](const QList<ScreenInfo>& screens, const std::set<quint32>& enabled,
+                               std::optional<qint64> ndiHeight = std::nullopt) {
+            settings.enabledScreenIDs = enabled;
+            settings.ndiHeight = ndiHeight.value_or(1);
+            settings.ndiEnabled = ndiHeight.has_value();
             panel.showDisplays(screens);
-            return preview.height();
+            return preview.size();
         };
-        QCOMPARE(height({}), 178);
-        QCOMPARE(height({screen(1, 1000, 0)}), 178);
-        QCOMPARE(height({screen(1, 2000, 1000)}), 158);
-        settings.ndiEnabled = true;
-        QCOMPARE(height({screen(2, 2000, 1000)}), 316);
-        settings.ndiHeight = 0;
-        QCOMPARE(height({screen(2, 2000, 1000)}), 158);
+        const ScreenInfo wide = screen(1, 2000, 1000);
+        const ScreenInfo square = screen(2, 1000, 1000);
+        const ScreenInfo flat = screen(3, 1000, 0);
+        const ScreenInfo tall = screen(4, 100, 1000);
+        QCOMPARE(shape({}, {}), QSize(316, 178));
+        QCOMPARE(shape({wide, square}, {}), QSize(316, 158));
+        QCOMPARE(shape({wide, square}, {2}, 948), QSize(316, 316));
+        QCOMPARE(shape({wide, square}, {2, 1}), QSize(316, 158));
+        QCOMPARE(shape({wide}, {5}, 948), QSize(316, 316));
+        QCOMPARE(shape({wide}, {}, 0), QSize(316, 158));
+        QCOMPARE(shape({flat, wide}, {1, 3}, 948), QSize(316, 316));
+        QCOMPARE(shape({flat, wide}, {1, 3}), QSize(316, 178));
+        QCOMPARE(shape({tall}, {4}), QSize(316, 1580));
+    }
+
+    void reportsHeights()
+    {
+        Panel panel;
+        QList<ConsoleHeights> reports;
+        panel.view.onSizes = [&](const ConsoleHeights& heights) { reports.append(heights); };
+        const ConsoleHeights atFirst = panel.view.heights();
+        QCOMPARE(atFirst.expanded, 0);
+        panel.click(u"Show settings"_s);
+        QCoreApplication::processEvents();
+        QCOMPARE(reports.size(), 1);
+        const ConsoleHeights expanded = reports.takeFirst();
+        QCOMPARE(expanded.compact, atFirst.compact);
+        QVERIFY(expanded.expanded > 500);
+
+        panel.settings.useThresholdColors = false;
+        QTRY_COMPARE(reports.size(), 1);
+        QVERIFY(reports.takeFirst().expanded < expanded.expanded - 80);
+        panel.engine.toggleBlackout();
+        QCoreApplication::processEvents();
+        QCOMPARE(reports.size(), 0);
+        panel.click(u"Clock"_s);
+        QTRY_COMPARE(reports.size(), 1);
+        QVERIFY(reports.takeFirst().compact < atFirst.compact - 40);
+        panel.click(u"Hide settings"_s);
+        QCOMPARE(reports.takeFirst().expanded, 0);
     }
 
     /// Every control is reached, in reading order, says what it is, and is in sight then.

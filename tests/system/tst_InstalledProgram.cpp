@@ -1,5 +1,6 @@
 #include "StreamDeck/StreamDeckRoles.h"
 #include "Views/OutputPicture.h"
+#include "Windows/IconRenderer.h"
 
 #include "helpers/DeckReports.h"
 #include "helpers/FakeDecks.h"
@@ -58,6 +59,7 @@ private Q_SLOTS:
 private:
     void startSoundServer();
     void press(const QString& keys) const { m_server.run(u"xdotool key --delay 50 "_s + keys); }
+    [[nodiscard]] QImage icon() const;
     void pressDeckKey(int key)
     {
         m_decks.sendReport(0, keyReport(m_deck, {key}));
@@ -249,7 +251,23 @@ void InstalledProgramTest::showsTheSameEverywhere_data()
     row("blackout", {"GO 12", "BLACK"}, {.isBlackout = true});
 }
 
-/// The display and the deck, by what the browser is told.
+/// The icon of the window that has the focus.
+QImage InstalledProgramTest::icon() const
+{
+    const QString window = m_server.run(u"xdotool getactivewindow"_s).trimmed();
+    const QString property =
+        m_server.run(u"xprop -id %1 -len 4000000 -notype 32c _NET_WM_ICON"_s.arg(window));
+    const QStringList numbers = property.section(u'=', 1).split(u',');
+    QImage image(numbers.value(0).toInt(), numbers.value(1).toInt(), QImage::Format_ARGB32);
+    if (numbers.size() != 2 + image.width() * image.height())
+        return {};
+    for (int pixel = 0; pixel < image.width() * image.height(); ++pixel) {
+        image.setPixel(pixel % image.width(), pixel / image.width(), numbers[2 + pixel].toUInt());
+    }
+    return image;
+}
+
+/// The display, the deck and the icon, by what the browser is told.
 void InstalledProgramTest::showsTheSameEverywhere()
 {
     QFETCH(QByteArrayList, commands);
@@ -266,6 +284,8 @@ void InstalledProgramTest::showsTheSameEverywhere()
     expected.timeText = shown.timeText;
     QCOMPARE(shown, expected);
     QTRY_COMPARE(displayedPicture(), paintedPicture(shown));
+    QTRY_COMPARE(
+        icon(), IconRenderer::image(shown.timeText, 512).convertToFormat(QImage::Format_ARGB32));
     const StreamDeckState deckState {
         .snapshot = shown,
         .phase = TimerEngine::Phase::paused,
