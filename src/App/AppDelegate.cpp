@@ -157,7 +157,7 @@ void AppDelegate::createWebServer()
 
 void AppDelegate::followWebSwitch()
 {
-    m_webSwitch.emplace(settings.webRemoteEnabled, [this](bool enabled) {
+    m_webCancellable.emplace(settings.webRemoteEnabled, [this](bool enabled) {
         if (enabled)
             m_webServer->start();
         else
@@ -172,7 +172,7 @@ void AppDelegate::createNDISender()
 
 void AppDelegate::followNDISwitch()
 {
-    m_ndiSwitch.emplace(settings.ndiEnabled, [this](bool enabled) {
+    m_ndiCancellable.emplace(settings.ndiEnabled, [this](bool enabled) {
         if (enabled)
             m_ndiSender->start();
         else
@@ -182,7 +182,7 @@ void AppDelegate::followNDISwitch()
 
 void AppDelegate::createControlWindow()
 {
-    m_controlWindow.emplace(ControlPanelView::Models {
+    m_controlWindowController.emplace(ControlPanelView::Models {
         .engine = engine(),
         .settings = settings,
         .cues = cues(),
@@ -190,15 +190,15 @@ void AppDelegate::createControlWindow()
         .streamDeck = streamDeck(),
         .messageAnimator = *m_messageAnimator,
     });
-    m_controlWindow->setMenuBar(*m_mainMenu);
-    m_controlWindow->showWindow();
+    m_controlWindowController->setMenuBar(*m_mainMenu);
+    m_controlWindowController->showWindow();
 }
 
 void AppDelegate::startDockBadge()
 {
     m_timeText.setBinding([this] { return engine().snapshot.value().timeText; });
-    m_dockBadge.emplace(m_timeText, [this](const QString& text) {
-        m_controlWindow->afterShowing(
+    m_dockCancellable.emplace(m_timeText, [this](const QString& text) {
+        m_controlWindowController->afterShowing(
             [text] { QApplication::setWindowIcon(IconRenderer::icon(text, dockIconSize)); });
     });
 }
@@ -211,11 +211,11 @@ void AppDelegate::takeSleepAssertion()
 
 void AppDelegate::activateApplication()
 {
-    m_controlWindow->window().activateWindow();
+    m_controlWindowController->window().activateWindow();
 }
 
 void AppDelegate::checkForUpdatesInBackground()
 {
-    m_controlWindow->afterShowing(
+    m_controlWindowController->afterShowing(
         [this] { updateChecker().checkInBackground(settings.autoCheckUpdates); });
 }

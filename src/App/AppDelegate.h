@@ -102,14 +102,14 @@ private:
     std::optional<CommandDispatcher> m_dispatcher;
     std::optional<UDPServer> m_udpServer;
     std::optional<WebRemoteServer> m_webServer;
-    std::optional<EventLoopSubscription<bool>> m_webSwitch;
+    std::optional<EventLoopSubscription<bool>> m_webCancellable;
     std::optional<NDISender> m_ndiSender;
-    std::optional<EventLoopSubscription<bool>> m_ndiSwitch;
+    std::optional<EventLoopSubscription<bool>> m_ndiCancellable;
     std::optional<StreamDeckManager> m_streamDeck;
-    std::optional<ControlWindowController> m_controlWindow;
+    std::optional<ControlWindowController> m_controlWindowController;
     /// What the icon shows.
     QProperty<QString> m_timeText;
-    std::optional<EventLoopSubscription<QString>> m_dockBadge;
+    std::optional<EventLoopSubscription<QString>> m_dockCancellable;
     SoundPlayer m_soundPlayer;
     DisplaySleepAssertion m_sleepAssertion;
     quint32 m_sleepAssertionID = 0;

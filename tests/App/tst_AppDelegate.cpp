@@ -36,16 +36,19 @@ class AppDelegateTest : public QObject {
             {"dispatcher", [&] { return app.m_dispatcher && app.m_cues; }},
             {"UDP server", [&] { return app.m_udpServer && app.m_udpServer->isListening(); }},
             {"web server", [&] { return app.m_webServer.has_value(); }},
-            {"web switch", [&] { return app.m_webSwitch.has_value(); }},
+            {"web switch", [&] { return app.m_webCancellable.has_value(); }},
             {"NDI sender", [&] { return app.m_ndiSender.has_value(); }},
-            {"NDI switch", [&] { return app.m_ndiSwitch.has_value(); }},
+            {"NDI switch", [&] { return app.m_ndiCancellable.has_value(); }},
             {"console",
-                [&] { return app.m_streamDeck && app.m_controlWindow->window().isVisible(); }},
-            {"icon", [&] { return app.m_dockBadge.has_value(); }},
+                [&] {
+                    return app.m_streamDeck && app.m_controlWindowController->window().isVisible();
+                }},
+            {"icon", [&] { return app.m_dockCancellable.has_value(); }},
             {"display-sleep assertion", [&] { return !screenSaver.inhibitors.isEmpty(); }},
             {"activation",
                 [&] {
-                    return app.m_controlWindow && app.m_controlWindow->window().isActiveWindow();
+                    return app.m_controlWindowController
+                        && app.m_controlWindowController->window().isActiveWindow();
                 }},
             {"update check", [&] { return feed.hasPendingConnections(); }},
         };
