@@ -57,7 +57,8 @@ void measure(const char* name, int argc, char* argv[])
 int main(int argc, char* argv[])
 {
     {
-        const XServer server;
+        XServer server;
+        server.plug(u"DUMMY0"_s, u"large"_s, u"0x0"_s);
         qputenv("QT_QPA_PLATFORM", "xcb");
         qputenv("DISPLAY", server.name().toUtf8());
         measure("icon_x11", argc, argv);
