@@ -79,7 +79,6 @@ private:
     void receive(int descriptor, Connection& connection);
     void send(int descriptor, Connection& connection);
     void endAnswer(int descriptor, Connection& connection);
-    void seeOff();
     void linger(int descriptor, Connection& connection);
     static void discardInput(int descriptor, Connection& connection);
     void sweep();
@@ -94,9 +93,6 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unordered_map<int, Connection> m_connections;
     std::vector<char> m_received;
-    /// Have their answers, and are expected to go.
-    std::vector<int> m_leaving;
     QTimer m_resumeTimer;
-    QTimer m_leaveTimer;
     QTimer m_sweepTimer;
 };

@@ -26,9 +26,6 @@ constexpr int acceptsPerTurn = 64;
 /// A peer that still sends when its answer is out is listened to until it has been silent for a
 /// while: closing on unread bytes would reset the connection, and that can cost it the answer.
 constexpr auto sweepInterval = 5s;
-/// Most peers leave as soon as they have their answer. So much later one look is enough, without
-/// watching them.
-constexpr auto leaveDelay = 5ms;
 constexpr size_t discardSize = 1'048'576;
 
 /// After this much time there may be descriptors that others have given back.
@@ -89,9 +86,6 @@ StreamListener::StreamListener()
     m_resumeTimer.setSingleShot(true);
     m_resumeTimer.setInterval(resumeDelay);
     QObject::connect(&m_resumeTimer, &QTimer::timeout, [this] { resumeAccepting(); });
-    m_leaveTimer.setSingleShot(true);
-    m_leaveTimer.setInterval(leaveDelay);
-    QObject::connect(&m_leaveTimer, &QTimer::timeout, [this] { seeOff(); });
     m_sweepTimer.setInterval(sweepInterval);
     QObject::connect(&m_sweepTimer, &QTimer::timeout, [this] { sweep(); });
 }
@@ -202,8 +196,8 @@ void StreamListener::acceptSome()
             handleAcceptError(errno);
             return;
         }
-        // On a busy system the request is there along with the connection.
-        receive(descriptor, m_connections[descriptor]);
+        // The request is on its way; looking for it now would mostly be in vain.
+        watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
     }
 }
 
@@ -249,10 +243,8 @@ void StreamListener::watchFor(quint32 what, int descriptor, Connection& connecti
 void StreamListener::receive(int descriptor, Connection& connection)
 {
     const ssize_t count = recv(descriptor, m_received.data(), m_received.size(), 0);
-    if (count < 0 && isTemporary(errno)) {
-        watchFor(EPOLLIN, descriptor, connection);
+    if (count < 0 && isTemporary(errno))
         return;
-    }
     if (count <= 0) {
         drop(descriptor);
         return;
@@ -266,7 +258,6 @@ void StreamListener::receive(int descriptor, Connection& connection)
     case Reply::Kind::waitForMore:
         if (known == 0)
             connection.bytes = bytes.toByteArray();
-        watchFor(EPOLLIN, descriptor, connection);
         break;
     case Reply::Kind::hangUp:
         drop(descriptor);
@@ -282,10 +273,8 @@ void StreamListener::receive(int descriptor, Connection& connection)
 void StreamListener::send(int descriptor, Connection& connection)
 {
     while (connection.sent < connection.bytes.size()) {
-        // The last bytes wait for the end of the stream, to travel in one packet with it.
         const ssize_t count = ::send(descriptor, connection.bytes.constData() + connection.sent,
-            static_cast<size_t>(connection.bytes.size() - connection.sent),
-            MSG_MORE | MSG_NOSIGNAL);
+            static_cast<size_t>(connection.bytes.size() - connection.sent), MSG_NOSIGNAL);
         if (count < 0 && isTemporary(errno)) {
             watchFor(connection.hasEnded ? EPOLLOUT : EPOLLIN | EPOLLOUT, descriptor, connection);
             return;
@@ -307,27 +296,6 @@ void StreamListener::endAnswer(int descriptor, Connection& connection)
     }
     connection.state = Connection::State::lingering;
     connection.bytes.clear();
-    if (connection.watchedFor != 0) {
-        linger(descriptor, connection);
-        return;
-    }
-    m_leaving.push_back(descriptor);
-    if (!m_leaveTimer.isActive())
-        m_leaveTimer.start();
-}
-
-void StreamListener::seeOff()
-{
-    for (const int descriptor : std::exchange(m_leaving, {})) {
-        const auto found = m_connections.find(descriptor);
-        if (found != m_connections.end() && found->second.state == Connection::State::lingering)
-            linger(descriptor, found->second);
-    }
-}
-
-void StreamListener::linger(int descriptor, Connection& connection)
-{
-    discardInput(descriptor, connection);
     if (connection.hasEnded) {
         drop(descriptor);
         return;
@@ -335,6 +303,13 @@ void StreamListener::linger(int descriptor, Connection& connection)
     if (!m_sweepTimer.isActive())
         m_sweepTimer.start();
     watchFor(EPOLLIN, descriptor, connection);
+}
+
+void StreamListener::linger(int descriptor, Connection& connection)
+{
+    discardInput(descriptor, connection);
+    if (connection.hasEnded)
+        drop(descriptor);
 }
 
 void StreamListener::discardInput(int descriptor, Connection& connection)
