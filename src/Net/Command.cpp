@@ -89,15 +89,13 @@ bool isSpaceOrTab(QChar c)
     return c == u'\t' || c.category() == QChar::Separator_Space;
 }
 
-/// What follows the first `count` characters, without spaces and tabs around it. Line breaks are
-/// kept.
+/// What follows the first `count` characters of a trimmed line, without spaces and tabs before it.
+/// Line breaks are kept.
 QStringView payload(qsizetype count, QStringView line)
 {
     QStringView rest = line.sliced(positionAfter(count, line));
     while (!rest.isEmpty() && isSpaceOrTab(rest.front()))
         rest = rest.sliced(1);
-    while (!rest.isEmpty() && isSpaceOrTab(rest.back()))
-        rest.chop(1);
     return rest;
 }
 
