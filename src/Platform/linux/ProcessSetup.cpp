@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -19,6 +20,14 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// By itself the allocator puts ever larger blocks among the small ones, which then keep what lies
+/// below them from being given back.
+void keepLargeBlocksApart()
+{
+    constexpr int large = 128 * 1024;
+    mallopt(M_MMAP_THRESHOLD, large);
+}
+
 } // namespace
 
 void prepareProcess()
@@ -30,4 +39,5 @@ void prepareProcess()
     }
     std::signal(SIGPIPE, SIG_IGN);
     raiseDescriptorLimit();
+    keepLargeBlocksApart();
 }
