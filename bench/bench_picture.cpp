@@ -4,6 +4,7 @@
 #include "PairTiming.h"
 #include "Support/Fonts.h"
 #include "Views/MessageLayout.h"
+#include "Views/MessagePicture.h"
 #include "Views/OutputPicture.h"
 
 #include <QGuiApplication>

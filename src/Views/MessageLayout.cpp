@@ -3,6 +3,7 @@
 #include "Support/Fonts.h"
 
 #include <QFontMetricsF>
+#include <QGlyphRun>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -218,7 +219,7 @@ MessageLayout::MessageLayout(
 void MessageLayout::draw(QPainter& painter, const QPointF& position) const
 {
     painter.save();
-    painter.translate(position + QPointF(0, (m_box.height() - m_height * m_scale) / 2));
+    painter.translate(position + QPointF(0, top()));
     painter.scale(m_scale, m_scale);
     m_layout->draw(&painter, QPointF());
     painter.restore();
@@ -232,8 +233,24 @@ double MessageLayout::fontSize() const
 QRectF MessageLayout::textRect() const
 {
     const QSizeF size(m_width * m_scale, m_height * m_scale);
-    return {
-        QPointF((m_box.width() - size.width()) / 2, (m_box.height() - size.height()) / 2), size};
+    return {QPointF((m_box.width() - size.width()) / 2, top()), size};
+}
+
+QRectF MessageLayout::inkRect() const
+{
+    QRectF ink;
+    for (const QGlyphRun& run : m_layout->glyphRuns())
+        ink |= run.boundingRect();
+    // Glyphs tell their bounds in whole pixels of the size they are laid out at, not always the
+    // next larger ones.
+    ink.adjust(-2, -2, 2, 2);
+    return {ink.topLeft() * m_scale + QPointF(0, top()), ink.size() * m_scale};
+}
+
+/// Where the first line begins in the box.
+double MessageLayout::top() const
+{
+    return (m_box.height() - m_height * m_scale) / 2;
 }
 
 void MessageLayout::layOut(const QString& text, double fontSize, QTextOption::WrapMode wrapMode)

@@ -24,8 +24,12 @@ public:
     [[nodiscard]] QString text() const { return m_layout->text(); }
     /// The room that the lines take within the box.
     [[nodiscard]] QRectF textRect() const;
+    /// Where the letters leave ink, a pixel of antialiasing aside. Some reach beyond their lines,
+    /// and marks piled up beyond the box.
+    [[nodiscard]] QRectF inkRect() const;
 
 private:
+    [[nodiscard]] double top() const;
     void layOut(const QString& text, double fontSize, QTextOption::WrapMode wrapMode);
     [[nodiscard]] bool fits(double fontSize) const;
     void cut(double fontSize);

@@ -1,14 +1,12 @@
 #include "Views/OutputPicture.h"
 
 #include "Support/Fonts.h"
-#include "Views/MessageLayout.h"
+#include "Views/MessagePicture.h"
 #include "Views/TimeGlyphs.h"
 
-#include <QCache>
 #include <QFontMetricsF>
 
 #include <algorithm>
-#include <utility>
 
 namespace {
 
@@ -54,40 +52,6 @@ void paintTime(QPainter& painter, const QRectF& box, const QString& text, TimeMo
     // While it moves it has another size in every frame, and steps of whole pixels would be seen.
     if (motion == TimeMotion::resizing || !paintTimeGlyphs(painter, layout.start, layout.text))
         painter.drawText(layout.start, layout.text);
-    painter.restore();
-}
-
-int fitCount = 0;
-
-/// The layouts of the messages that are on screen, for each size at which they are shown. Fitting
-/// one takes as long as painting it.
-const MessageLayout& messageLayout(const QString& text, const QSizeF& size)
-{
-    using Key = std::pair<QString, std::pair<double, double>>;
-    constexpr int messagesInUse = 16;
-    static QCache<Key, MessageLayout> cache(messagesInUse);
-
-    const Key key(text, {size.width(), size.height()});
-    if (const MessageLayout* known = cache.object(key))
-        return *known;
-    ++fitCount;
-    const double largest = 0.26 * size.height();
-    auto layout = std::make_unique<MessageLayout>(text,
-        QSizeF(size.width() * 0.9, size.height() * (1 - timeShareWithMessage)), 0.05 * largest,
-        largest);
-    const MessageLayout& result = *layout;
-    cache.insert(key, layout.release());
-    return result;
-}
-
-void paintMessage(
-    QPainter& painter, const QSizeF& size, double top, const QString& text, double opacity)
-{
-    if (text.isEmpty() || opacity <= 0)
-        return;
-    painter.save();
-    painter.setOpacity(painter.opacity() * opacity);
-    messageLayout(text, size).draw(painter, QPointF(size.width() * 0.05, top));
     painter.restore();
 }
 
@@ -142,9 +106,13 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
         const bool isSettled = transition.presence == 0 || transition.presence == 1;
         paintTime(
             painter, time, snapshot.timeText, isSettled ? TimeMotion::none : TimeMotion::resizing);
+        if (transition.layers.isEmpty())
+            forgetMessages();
         // The message moves in from below as the time makes room for it.
+        const QRectF box(size.width() * 0.05, time.bottom(), size.width() * 0.9,
+            size.height() * (1 - timeShareWithMessage));
         for (const MessageLayer& layer : transition.layers)
-            paintMessage(painter, size, time.bottom(), layer.text, layer.opacity);
+            paintMessage(painter, box, 0.26 * size.height(), layer);
     }
     if (snapshot.strobe)
         painter.fillRect(bounds, Qt::white);
@@ -168,9 +136,4 @@ QRectF timeInk(const QRectF& box, const QString& text)
 double timeFontSize(const QSizeF& box)
 {
     return std::max(8.0, std::min(0.9 * box.height(), 0.92 * box.width() / 3.6));
-}
-
-int messageFitCount()
-{
-    return fitCount;
 }

@@ -51,7 +51,3 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
 
 /// The size of the time's font in a box; it depends on nothing but the box.
 [[nodiscard]] double timeFontSize(const QSizeF& box);
-
-/// How often a message has been fitted to its box since the start: for those who check that it
-/// does not happen with every frame.
-[[nodiscard]] int messageFitCount();

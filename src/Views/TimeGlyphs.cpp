@@ -1,8 +1,9 @@
 #include "Views/TimeGlyphs.h"
 
+#include "Views/InkPicture.h"
+
 #include <QCache>
 #include <QFontMetricsF>
-#include <QImage>
 
 #include <algorithm>
 #include <utility>
@@ -11,12 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// One character, tinted, and where its picture lies from its place on the baseline.
-struct Glyph {
-    QImage picture;
-    QPoint offset;
-};
-
+/// One character, tinted, from its place on the baseline.
 struct GlyphKey {
     QChar character;
     quint64 color = 0;
@@ -31,34 +27,26 @@ size_t qHash(const GlyphKey& key, size_t seed = 0)
     return qHashMulti(seed, key.character, key.color, key.scale, key.font);
 }
 
-Glyph drawGlyph(const GlyphKey& key, const QColor& color)
+InkPicture drawGlyph(const GlyphKey& key, const QColor& color)
 {
     const QRectF ink = QFontMetricsF(key.font).tightBoundingRect(key.character);
-    const QRect area = QRectF(ink.topLeft() * key.scale, ink.size() * key.scale)
-                           .toAlignedRect()
-                           .adjusted(-1, -1, 1, 1);
-    QImage picture(area.size(), QImage::Format_ARGB32_Premultiplied);
-    picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
-    painter.translate(-area.topLeft());
-    painter.scale(key.scale, key.scale);
-    painter.setFont(key.font);
-    painter.setPen(color);
-    painter.drawText(QPointF(), key.character);
-    return {picture, area.topLeft()};
+    return InkPicture::of(ink, key.scale, [&](QPainter& painter) {
+        painter.setFont(key.font);
+        painter.setPen(color);
+        painter.drawText(QPointF(), key.character);
+    });
 }
 
-Glyph glyph(const GlyphKey& key, const QColor& color)
+InkPicture glyph(const GlyphKey& key, const QColor& color)
 {
     // All digits at 3840 × 2160; at smaller sizes those of several displays.
     constexpr qsizetype mostBytes = 20 << 20;
-    static QCache<GlyphKey, Glyph> cache(mostBytes);
+    static QCache<GlyphKey, InkPicture> cache(mostBytes);
 
-    if (const Glyph* known = cache.object(key))
+    if (const InkPicture* known = cache.object(key))
         return *known;
-    const Glyph drawn = drawGlyph(key, color);
-    cache.insert(key, std::make_unique<Glyph>(drawn).release(), drawn.picture.sizeInBytes());
+    const InkPicture drawn = drawGlyph(key, color);
+    cache.insert(key, std::make_unique<InkPicture>(drawn).release(), drawn.image.sizeInBytes());
     return drawn;
 }
 
@@ -72,23 +60,17 @@ bool hasOnlyKnownGlyphs(const QString& text)
 
 bool paintTimeGlyphs(QPainter& painter, const QPointF& start, const QString& text)
 {
-    const QTransform toDevice = painter.deviceTransform();
-    const double scale = toDevice.m11();
-    if (!hasOnlyKnownGlyphs(text) || toDevice.type() > QTransform::TxScale || scale <= 0
-        || !qFuzzyCompare(scale, toDevice.m22()))
+    const std::optional<double> scale = deviceScale(painter);
+    if (!scale || !hasOnlyKnownGlyphs(text))
         return false;
 
     const QFont font = painter.font();
     const QColor color = painter.pen().color();
     const double cell = QFontMetricsF(font).horizontalAdvance(u'0');
-    painter.save();
-    painter.setTransform(toDevice.inverted(), true);
     QPointF position = start;
     for (const QChar character : text) {
-        const Glyph drawn = glyph({character, color.rgba64(), scale, font}, color);
-        painter.drawImage(toDevice.map(position).toPoint() + drawn.offset, drawn.picture);
+        glyph({character, color.rgba64(), *scale, font}, color).paint(painter, position);
         position.rx() += cell;
     }
-    painter.restore();
     return true;
 }

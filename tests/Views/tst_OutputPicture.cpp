@@ -43,6 +43,15 @@ bool fits(const QString& text, const QSizeF& box, double fontSize)
         && size.height() * scale <= box.height();
 }
 
+/// Of any component of any pixel.
+int largestDifference(const QImage& one, const QImage& other)
+{
+    int largest = 0;
+    for (qsizetype i = 0; i < one.sizeInBytes(); ++i)
+        largest = std::max(largest, std::abs(one.constBits()[i] - other.constBits()[i]));
+    return largest;
+}
+
 bool isFilledWith(const QImage& image, QRgb color)
 {
     QImage filled(image.size(), image.format());
@@ -111,6 +120,24 @@ private Q_SLOTS:
         QVERIFY(qAbs(message.center().x() - 960) <= 15);
         const QImage empty = picture({.timeText = u"05:00"_s, .message = u""_s});
         QCOMPARE(ink(empty, QRect({}, fullHd)), time);
+    }
+
+    /// Messages are painted from pictures of them, in every colour they had and with every mark.
+    void showsAMessageAsItIsDrawn()
+    {
+        const QString text = u"Wäg A"_s + QString(12, QChar(0x30A)) + u" 🎬"_s;
+        for (const RGBColor& color : {white, RGBColor {.r = 1, .g = 0, .b = 0, .a = 0.5}}) {
+            const QImage shown = picture({.message = text}, {black, color});
+            QImage drawn(fullHd, shown.format());
+            drawn.fill(Qt::black);
+            QPainter painter(&drawn);
+            painter.setPen(toColor(color));
+            MessageLayout(text, {1728, 648}, 0.05 * 280.8, 280.8).draw(painter, {96, 432});
+            painter.end();
+            const QRect below(0, 433, fullHd.width(), fullHd.height() - 433);
+            QVERIFY(!ink(drawn, below).isEmpty());
+            QVERIFY(largestDifference(shown.copy(below), drawn.copy(below)) <= 2);
+        }
     }
 
     void blackoutAndStrobe()
