@@ -1,6 +1,0 @@
-// A library of the right name without the entry of the NDI runtime.
-
-extern "C" int somethingElse()
-{
-    return 0;
-}
