@@ -17,7 +17,6 @@ private Q_SLOTS:
         using enum RequestHead::State;
         QTest::newRow("body behind it")
             << QByteArray("GET /\r\nA: b\r\n\r\nbody\r\n\r\n") << complete << u"GET /\r\nA: b"_s;
-        QTest::newRow("line feeds only") << QByteArray("GET /\n\n") << incomplete << u""_s;
         QTest::newRow("not UTF-8, and a byte order mark")
             << QByteArray("\xef\xbb\xbf\xff /\r\n\r\n") << complete << u"\uFEFF\uFFFD /"_s;
         QTest::newRow("longest without an end") << QByteArray(65535, 'a') << incomplete << u""_s;
@@ -69,7 +68,6 @@ private Q_SLOTS:
         row("parts left empty", u"&&a=1&&b=2&"_s, {{u"a"_s, u"1"_s}, {u"b"_s, u"2"_s}});
         row("later wins, with no value too", u"c=1&c"_s, {{u"c"_s, u""_s}});
         row("signs first, then a value", u"==k=v"_s, {{u"k"_s, u"v"_s}});
-        row("further signs", u"k==v="_s, {{u"k"_s, u"=v="_s}});
         row("escapes in both", u"%63=GO%205%2b"_s, {{u"c"_s, u"GO 5+"_s}});
         row("escaped separators", u"c=a%26b%3Dc"_s, {{u"c"_s, u"a&b=c"_s}});
         row("beyond ASCII", u"c=%C3%A9é%F0%9F%8E%AD"_s, {{u"c"_s, u"éé🎭"_s}});
@@ -77,7 +75,6 @@ private Q_SLOTS:
         // A bad key is kept raw, a bad value becomes empty.
         row("second digit bad", u"%4g=%4g"_s, {{u"%4g"_s, u""_s}});
         row("cut short", u"a%4=a%4"_s, {{u"a%4"_s, u""_s}});
-        row("sign for a digit", u"%+5=%+5"_s, {{u"%+5"_s, u""_s}});
         row("surrogate", u"%ED%A0%80=%ED%A0%80"_s, {{u"%ED%A0%80"_s, u""_s}});
     }
     void takesTargetsApart()

@@ -14,31 +14,22 @@ private Q_SLOTS:
     {
         QTest::addColumn<QList<InterfaceAddress>>("candidates");
         QTest::addColumn<std::optional<QString>>("address");
-        const auto add = [](const char* name, const QList<InterfaceAddress>& candidates,
+        const auto row = [](const char* name, const QList<InterfaceAddress>& candidates,
                              const std::optional<QString>& address) {
             QTest::newRow(name) << candidates << address;
         };
-        const auto with = [](InterfaceAddress address, bool InterfaceAddress::*flag, bool value) {
-            address.*flag = value;
-            return address;
-        };
         using Address = InterfaceAddress;
+        // Up, running, loopback.
         const Address loopback {u"lo"_s, true, true, true, u"127.0.0.1"_s};
-        const Address wired {u"eth0"_s, true, true, false, u"198.51.100.5"_s};
+        const Address down {u"en0"_s, false, true, false, u"198.51.100.4"_s};
+        const Address idle {u"en0"_s, true, false, false, u"198.51.100.5"_s};
+        const Address wired {u"eth0"_s, true, true, false, u"203.0.113.8"_s};
         const Address wireless {u"wlan0"_s, true, true, false, u"203.0.113.9"_s};
         const Address en0 {u"en0"_s, true, true, false, u"192.0.2.20"_s};
-        const Address wiredDown = with(wired, &Address::isUp, false);
-        const Address wirelessIdle = with(wireless, &Address::isRunning, false);
-        const Address en0Down = with(en0, &Address::isUp, false);
-        const Address en0Loopback = with(en0, &Address::isLoopback, true);
 
-        add("nothing", {}, std::nullopt);
-        add("none usable", {wiredDown, wirelessIdle, loopback}, std::nullopt);
-        add("en0 last", {loopback, wired, wireless, en0}, en0.address);
-        add("no en0", {loopback, wired, wireless}, wired.address);
-        add("down", {wiredDown, wireless}, wireless.address);
-        add("en0 down", {wired, en0Down}, wired.address);
-        add("en0 is loopback", {en0Loopback, wired}, wired.address);
+        row("none usable", {down, idle, loopback}, std::nullopt);
+        row("en0 last", {loopback, wired, wireless, en0}, en0.address);
+        row("no en0", {loopback, down, idle, wired, wireless}, wired.address);
     }
     void choosesTheAddress()
     {

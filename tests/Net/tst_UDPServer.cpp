@@ -6,7 +6,6 @@
 #include <QUdpSocket>
 
 #include <cerrno>
-#include <cstring>
 
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -61,11 +60,6 @@ QList<int> socketsOn(quint16 port)
     return found;
 }
 
-QString systemError(int number)
-{
-    return QString::fromLocal8Bit(std::strerror(number));
-}
-
 /// A server that remembers what it was told and what it tells.
 struct Listener {
     explicit Listener(quint16 port = 0)
@@ -104,9 +98,6 @@ private Q_SLOTS:
             u"message(\"%1\")"_s.arg(QString(65'503, u'x')));
         add("empty", "");
         add("not UTF-8", "\xff\xfe");
-        add("half a character", "MSG \xc3");
-        add("overlong character", "MSG \xc0\x80");
-        add("surrogate", "MSG \xed\xa0\x80");
         add("byte order mark", "\xef\xbb\xbfPAUSE");
     }
     /// Whatever came, its sender has one flow and is heard again.
@@ -141,40 +132,25 @@ private Q_SLOTS:
         QCOMPARE(listener.server.connections().size(), 2);
     }
 
-    void secondStartReplacesTheFirst()
+    void startAndStopDropEverything()
     {
         const quint16 port = freePort();
         Listener listener(port);
         listener.server.start();
-        Peer().send(port, "START");
-        QTRY_COMPARE(listener.received.size(), 1);
-        listener.server.start();
-        QCOMPARE(socketsOn(port).size(), 1);
-        QCOMPARE(listener.server.connections().size(), 0);
-        const QString ready = u"UDP listening on %1"_s.arg(port);
-        QCOMPARE(listener.statuses, QStringList({ready, ready}));
-        Peer().send(port, "NEXT");
-        QTRY_COMPARE(listener.received, QStringList({u"start"_s, u"nextCue"_s}));
-    }
-
-    void stopDropsEverything()
-    {
-        Listener listener;
-        listener.server.start();
-        const quint16 port = listener.server.boundPort();
         Peer sender;
         sender.send(port, "START");
         QTRY_COMPARE(listener.server.connections().size(), 1);
-        listener.statuses.clear();
-        sender.send(port, "PAUSE"); // has not been read when the server stops
+        sender.send(port, "PAUSE"); // has not been read when the server starts anew
+        listener.server.start();
+        QCOMPARE(listener.server.connections().size(), 0);
+        QCOMPARE(socketsOn(port).size(), 1);
+        sender.send(port, "NEXT");
+        QTRY_COMPARE(listener.received, QStringList({u"start"_s, u"nextCue"_s}));
         listener.server.stop();
         QVERIFY(!listener.server.isListening());
         QCOMPARE(listener.server.connections().size(), 0);
         QCOMPARE(socketsOn(port).size(), 0);
-        QCOMPARE(listener.statuses, QStringList());
-        listener.server.start();
-        sender.send(listener.server.boundPort(), "NEXT");
-        QTRY_COMPARE(listener.received, QStringList({u"start"_s, u"nextCue"_s}));
+        QCOMPARE(listener.statuses, QStringList(2, u"UDP listening on %1"_s.arg(port)));
     }
 
     void handlerMayStopDuringABurst()
@@ -219,7 +195,7 @@ private Q_SLOTS:
         const int replacement = open("/dev/null", O_RDONLY | O_CLOEXEC);
         QCOMPARE(dup3(replacement, sockets.front(), O_CLOEXEC), sockets.front());
         close(replacement);
-        const QString failure = u"UDP %1 failed: %2"_s.arg(port).arg(systemError(ENOTSOCK));
+        const QString failure = u"UDP %1 failed: %2"_s.arg(port).arg(qt_error_string(ENOTSOCK));
         QTRY_COMPARE(listener.statuses, QStringList(failure));
         QVERIFY(!listener.server.isListening());
 

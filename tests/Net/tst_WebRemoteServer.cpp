@@ -89,7 +89,6 @@ private Q_SLOTS:
         row("GET /index.html HTTP/1.1", control);
         row("GET /display?x=1 HTTP/1.1", display);
         row("GET /Display HTTP/1.1", notFound);
-        row("GET /display/ HTTP/1.1", notFound);
         row("GET /state?c=GO HTTP/1.1", json("{}"));
         row("GET /cues HTTP/1.1", json("[]"));
         row("GET /%73tate HTTP/1.1", notFound);
