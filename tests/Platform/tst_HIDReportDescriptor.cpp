@@ -23,7 +23,6 @@ private Q_SLOTS:
         row("output and feature do not count", "75 08 95 02 81 02 95 40 91 02 95 20 b1 02", 2);
         row("pushed and popped", "75 08 95 02 a4 95 40 b4 81 02", 2);
         row("a long item is passed over", "fe 02 10 81 02 75 08 95 04 81 02", 4);
-        row("four bytes of a number", "77 08000000 97 03000000 81 02", 3);
         row("more than any system takes", "77 ffffffff 97 ffffffff 81 02 81 02", 16384);
         row("output alone", "75 08 95 40 91 02", std::nullopt);
         row("cut within an item", "75 08 96 ff", std::nullopt);

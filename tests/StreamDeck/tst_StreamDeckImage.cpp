@@ -1,5 +1,6 @@
 #include "StreamDeck/StreamDeckImage.h"
 
+#include "helpers/DeckReports.h"
 #include "helpers/Ink.h"
 
 #include <QTest>
@@ -66,43 +67,6 @@ private Q_SLOTS:
         const QImage blank = render(KeyFace::blank, 72);
         QVERIFY(ink(blank, blank.rect()).isEmpty());
         QCOMPARE(blank.pixelColor(0, 0), QColor(15, 15, 15));
-
-        QTest::ignoreMessage(QtCriticalMsg, "There is no symbol none.fill");
-        QCOMPARE(render({.title = u"GO"_s, .systemSymbol = u"none.fill"_s}, 72),
-            render({.title = u"GO"_s}, 72));
-    }
-
-    void fitsSizes()
-    {
-        const auto fitted = [](double roomHeight, const std::function<double(double)>& width) {
-            return fittedFontSize(roomHeight, 90, width);
-        };
-        const auto times = [](double factor) { return [=](double size) { return factor * size; }; };
-        QCOMPARE(fitted(50, times(1)), 46.0);
-        QCOMPARE(fitted(50, times(3)), 30.0);
-        QCOMPARE(fitted(50, times(100)), 8.0);
-        // At 100 it is 120 wide, so the search begins at 75.
-        QCOMPARE(fitted(500, [](double size) { return size + 20; }), 70.0);
-        // It gives up.
-        QCOMPARE(fitted(500, [](double size) { return size < 100 ? 91 : 100; }), 66.0);
-    }
-
-    void turns()
-    {
-        QImage picture(2, 2, QImage::Format_ARGB32_Premultiplied);
-        for (int i = 0; i < 4; ++i)
-            picture.setPixel(i % 2, i / 2, qRgb('A' + i, 0, 0));
-        const auto turned = [&](const StreamDeckModel& model) {
-            const QImage image = transform(picture, model);
-            QByteArray letters;
-            for (int i = 0; i < 4; ++i)
-                letters += static_cast<char>(qRed(image.pixel(i % 2, i / 2)));
-            return letters;
-        };
-        QCOMPARE(turned({}), "ABCD");
-        QCOMPARE(turned({.flipX = true}), "BADC");
-        QCOMPARE(turned({.rotationDegrees = 90}), "BDAC");
-        QCOMPARE(turned({.flipX = true, .rotationDegrees = 90}), "DBCA");
     }
 
     void writesEveryByteOfABmp()
@@ -115,34 +79,34 @@ private Q_SLOTS:
             "00 00 00 00 04 00 00 00 13 0b 00 00 13 0b 00 00 00 00 00 00 00 00 00 00 33 22 11 00");
     }
 
-    void encodesForEveryModel_data()
+    void turnsAndEncodes_data()
     {
-        QTest::addColumn<StreamDeckModel>("model");
-        for (const StreamDeckModel& model : StreamDeckModel::all())
-            QTest::addRow("%04llx", model.productID) << model;
+        QTest::addColumn<int>("productID");
+        QTest::addColumn<QByteArray>("format");
+        QTest::addColumn<QByteArray>("quarters");
+        QTest::newRow("original") << Deck::original << QByteArray("BMP") << QByteArray("DCBA");
+        QTest::newRow("mini") << Deck::mini << QByteArray("BMP") << QByteArray("ACBD");
+        QTest::newRow("XL") << Deck::xl << QByteArray("JPEG") << QByteArray("DCBA");
+        QTest::newRow("plus") << Deck::plus << QByteArray("JPEG") << QByteArray("ABCD");
     }
-    void encodesForEveryModel()
+    /// A picture of four quarters, A and B above C and D, each with more red than the one before.
+    void turnsAndEncodes()
     {
-        QFETCH(StreamDeckModel, model);
-        const KeyFace face {
-            .title = u"Cue"_s, .systemSymbol = symbol, .tint = QColor(97, 163, 245)};
-        const QImage picture = render(face, model.keyPixels);
-        const std::optional<QByteArray> bytes = encode(picture, model);
-        QCOMPARE(bytes.has_value(), model.hasDisplays());
-        if (!bytes)
-            return;
-
-        const bool isBmp = model.imageFormat == StreamDeckModel::ImageFormat::bmp;
-        const QImage decoded = QImage::fromData(*bytes, isBmp ? "BMP" : "JPEG");
-        const QImage turned = transform(picture, model);
-        QCOMPARE(decoded.size(), turned.size());
-        int difference = 0;
-        for (int y = 0; y < turned.height(); ++y) {
-            for (int x = 0; x < turned.width(); ++x)
-                difference += qAbs(qGreen(decoded.pixel(x, y)) - qGreen(turned.pixel(x, y)));
+        QFETCH(const int, productID);
+        QFETCH(const QByteArray, format);
+        const StreamDeckModel model = *StreamDeckModel::model(productID);
+        QImage quarters(2, 2, QImage::Format_ARGB32_Premultiplied);
+        for (int i = 0; i < 4; ++i)
+            quarters.setPixelColor(i % 2, i / 2, QColor(60 * i, 100, 255));
+        const QImage picture = quarters.scaled(model.keyPixels, model.keyPixels);
+        const QImage decoded = QImage::fromData(encode(picture, model).value(), format);
+        QCOMPARE(decoded.size(), picture.size());
+        QByteArray letters;
+        for (int i = 0; i < 4; ++i) {
+            const QPoint middle = QPoint(1 + i % 2 * 2, 1 + i / 2 * 2) * model.keyPixels / 4;
+            letters += static_cast<char>('A' + qRound(qRed(decoded.pixel(middle)) / 60.0));
         }
-        const double mean = static_cast<double>(difference) / (turned.width() * turned.height());
-        QVERIFY2(mean <= (isBmp ? 0 : 2.5), qPrintable(u"off by %1"_s.arg(mean)));
+        QTEST(letters, "quarters");
     }
 };
 

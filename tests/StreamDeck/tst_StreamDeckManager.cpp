@@ -2,8 +2,8 @@
 
 #include "StreamDeck/StreamDeckPackets.h"
 #include "helpers/DeckReports.h"
+#include "helpers/EngineRig.h"
 #include "helpers/FakeHID.h"
-#include "helpers/MemoryPreferences.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -17,13 +17,12 @@ namespace {
 
 using namespace Deck;
 using Phase = TimerEngine::Phase;
-using StreamDeckImage::KeyFace;
 
 using Stored = QMap<QString, QString>;
 const Stored switchedOn {{u"sd.enabled"_s, u"true"_s}};
 
 /// Deck control with fake devices.
-struct Rig {
+struct Rig : EngineRig {
     explicit Rig(const Stored& stored = switchedOn)
     {
         preferences.texts = stored;
@@ -43,8 +42,7 @@ struct Rig {
     QList<QByteArray> takeWritten()
     {
         hid->flushWrites();
-        const QMutexLocker lock(&fake.device()->mutex);
-        return std::exchange(fake.device()->written, {});
+        return fake.takeWritten();
     }
 
     /// As the device counts the keys.
@@ -55,27 +53,12 @@ struct Rig {
         QCoreApplication::processEvents();
     }
 
-    MemoryPreferences preferences;
-    AppSettings settings {preferences};
-    TimerEngine engine {settings};
     CueController cues {engine, settings, preferences};
     FakeHID fake;
     StreamDeckHID* hid = nullptr;
     std::optional<StreamDeckManager> manager;
 };
 
-/// The device's numbers of the keys that got pictures.
-QList<int> keysOf(const QList<QByteArray>& written)
-{
-    QList<int> keys;
-    for (const QByteArray& report : written) {
-        if (const int key = completedKey(report); key >= 0)
-            keys.append(key);
-    }
-    return keys;
-}
-
-using Prepare = void (*)(Rig&);
 using Holds = bool (*)(Rig&);
 
 } // namespace
@@ -123,61 +106,48 @@ private Q_SLOTS:
     void actsOnKeys_data()
     {
         QTest::addColumn<int>("productID");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<Prepare>("prepare");
+        QTest::addColumn<QList<int>>("keys");
         QTest::addColumn<Holds>("holds");
 
-        const auto row = [](const char* name, int productID, int key, Prepare prepare,
-                             Holds holds) {
-            QTest::newRow(name) << productID << key << prepare << holds;
+        const auto row = [](const char* name, int productID, const QList<int>& keys, Holds holds) {
+            QTest::newRow(name) << productID << keys << holds;
         };
-        const Prepare nothing = [](Rig&) {};
-        const Prepare running = [](Rig& rig) {
-            rig.engine.setSeconds = 300;
-            rig.engine.start(TimerEngine::RunOrigin::cue);
-        };
-        row("go", xl, 1, running, [](Rig& rig) {
+        const Holds startsAnew = [](Rig& rig) {
             return rig.engine.phase == Phase::running && !rig.engine.currentRunFromCue
                 && rig.engine.remaining() == 300;
-        });
-        row("pause", xl, 2, running, [](Rig& rig) { return rig.engine.phase == Phase::paused; });
-        row("subtract a minute", xl, 3, running,
-            [](Rig& rig) { return rig.engine.remaining() == 240; });
-        row("add a minute", xl, 4, running, [](Rig& rig) { return rig.engine.remaining() == 360; });
-        row("stop", xl, 7, running, [](Rig& rig) { return rig.engine.phase == Phase::idle; });
-        row("follow", xl, 11, nothing, [](Rig& rig) { return rig.settings.cueFollow.value(); });
-        row("blackout", xl, 14, nothing,
-            [](Rig& rig) { return rig.engine.snapshot.value().isBlackout; });
-        row("clock", xl, 15, nothing, [](Rig& rig) { return rig.engine.phase == Phase::clock; });
-        row(
-            "clock off", xl, 15, [](Rig& rig) { rig.engine.setClock(true); },
-            [](Rig& rig) { return rig.engine.phase == Phase::idle; });
-        row("ten minutes leave the run alone", mk2, 11, running,
+        };
+        row("go", xl, {1}, startsAnew);
+        row("pause", xl, {2}, [](Rig& rig) { return rig.engine.phase == Phase::paused; });
+        row("subtract a minute", xl, {3}, [](Rig& rig) { return rig.engine.remaining() == 240; });
+        row("add a minute", xl, {4}, [](Rig& rig) { return rig.engine.remaining() == 360; });
+        row("stop", xl, {7}, [](Rig& rig) { return rig.engine.phase == Phase::idle; });
+        row("follow", xl, {11}, [](Rig& rig) { return rig.settings.cueFollow.value(); });
+        row("blackout", xl, {14}, [](Rig& rig) { return rig.engine.snapshot.value().isBlackout; });
+        row("clock", xl, {15}, [](Rig& rig) { return rig.engine.phase == Phase::clock; });
+        row("clock off", xl, {15, 15}, [](Rig& rig) { return rig.engine.phase == Phase::idle; });
+        row("ten minutes leave the run alone", mk2, {11},
             [](Rig& rig) { return rig.engine.setSeconds == 600 && rig.engine.remaining() == 300; });
-        row("loop", xl, 22, nothing, [](Rig& rig) { return rig.engine.loop.value(); });
-        row("overtime", xl, 23, nothing, [](Rig& rig) { return !rig.settings.allowCountUp; });
-        row("attention", xl, 24, nothing, [](Rig& rig) { return rig.engine.strobeCount == 1; });
-        row("message", xl, 26, nothing,
+        row("loop", xl, {22}, [](Rig& rig) { return rig.engine.loop.value(); });
+        row("overtime", xl, {23}, [](Rig& rig) { return !rig.settings.allowCountUp; });
+        row("attention", xl, {24}, [](Rig& rig) { return rig.engine.strobeCount == 1; });
+        row("message", xl, {26},
             [](Rig& rig) { return rig.engine.snapshot.value().message == u"5 MINUTES"_s; });
-        row(
-            "clear the message", xl, 31, [](Rig& rig) { rig.engine.setMessage(u"on air"_s); },
+        row("clear the message", xl, {26, 31},
             [](Rig& rig) { return !rig.engine.snapshot.value().message; });
-        row("a deck that counts from the right", original, 9, running,
-            [](Rig& rig) { return rig.engine.phase == Phase::running; });
-        row("a deck without displays", pedal, 1, nothing,
-            [](Rig& rig) { return rig.engine.phase == Phase::running; });
+        row("a deck without displays", pedal, {1}, startsAnew);
     }
     void actsOnKeys()
     {
         QFETCH(const int, productID);
-        QFETCH(const int, key);
-        QFETCH(const Prepare, prepare);
+        QFETCH(const QList<int>, keys);
         QFETCH(const Holds, holds);
         Rig rig;
         rig.settings.allowCountUp = true;
         rig.connect(productID);
-        prepare(rig);
-        rig.press(key);
+        rig.engine.setSeconds = 300;
+        rig.engine.start(TimerEngine::RunOrigin::cue);
+        for (const int key : keys)
+            rig.press(key);
         QVERIFY(holds(rig));
     }
 
@@ -214,7 +184,9 @@ private Q_SLOTS:
         rig.fake.detach("one");
         const QList<QByteArray> freshMini = rig.connect(mini);
         QCOMPARE(rig.manager->connectedModelName.value(), u"Stream Deck Mini"_s);
-        QCOMPARE(keysOf(freshMini), (QList {0, 1, 2, 3, 4, 5}));
+        QCOMPARE(std::ranges::count_if(
+                     freshMini, [](const auto& report) { return completedKey(report) >= 0; }),
+            6);
 
         // The mini's blackout key, which changes two faces.
         rig.fake.report(keyReport(*StreamDeckModel::model(mini), {2}));

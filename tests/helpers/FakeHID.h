@@ -26,14 +26,12 @@ public:
         /// A write takes one of them first.
         QSemaphore writable {1'000'000};
         QSemaphore writesBegun;
-        qsizetype bufferLength = 0;
     };
 
     /// What the next start says.
     int openError = 0;
     bool endsAtOnce = false;
     int deviceOpenError = 0;
-    std::optional<qint64> maxInputReportSize;
     /// An opening takes one of them first.
     QSemaphore openable {1'000'000};
     /// How many openings have begun.
@@ -44,21 +42,15 @@ public:
         return std::make_unique<Manager>(*this);
     }
 
-    /// What the next start finds.
-    void setAttached(const QList<HIDDeviceInfo>& infos)
-    {
-        const QMutexLocker lock(&m_mutex);
-        m_attached = infos;
-    }
-
-    // On the manager's thread; they return when all of it has been done.
+    // Before the first start, or on the manager's thread; they return when all of it has been done.
     void attach(const HIDDeviceInfo& info)
     {
         {
             const QMutexLocker lock(&m_mutex);
             m_attached.append(info);
         }
-        perform([this, info] { m_manager->onMatch(info); });
+        if (m_manager)
+            perform([this, info] { m_manager->onMatch(info); });
     }
     void detach(const QByteArray& identity)
     {
@@ -84,19 +76,19 @@ public:
         const QMutexLocker lock(&m_mutex);
         return m_device;
     }
-    [[nodiscard]] QList<QByteArray> written() const
+    /// What that one was given since the last call.
+    [[nodiscard]] QList<QByteArray> takeWritten()
     {
         const auto opened = device();
         const QMutexLocker lock(&opened->mutex);
-        return opened->written;
+        return std::exchange(opened->written, {});
     }
 
 private:
     class OpenDevice final : public HIDDevice {
     public:
-        OpenDevice(std::shared_ptr<Device> device, std::optional<qint64> maxInputReportSize)
+        explicit OpenDevice(std::shared_ptr<Device> device)
             : m_device(std::move(device))
-            , m_maxInputReportSize(maxInputReportSize)
         {
             m_device->isOpen = true;
         }
@@ -104,7 +96,7 @@ private:
 
         [[nodiscard]] std::optional<qint64> maxInputReportSize() const override
         {
-            return m_maxInputReportSize;
+            return std::nullopt;
         }
         void setOutputReport(QByteArrayView report) override { write(report.toByteArray()); }
         void setFeatureReport(QByteArrayView report) override
@@ -122,7 +114,6 @@ private:
         }
 
         std::shared_ptr<Device> m_device;
-        std::optional<qint64> m_maxInputReportSize;
     };
 
     class Manager final : public HIDManager {
@@ -151,13 +142,9 @@ private:
                 const QMutexLocker lock(&m_fake.m_mutex);
                 m_fake.m_device = opened;
             }
-            return {.device = std::make_shared<OpenDevice>(opened, m_fake.maxInputReportSize),
-                .error = 0};
+            return {.device = std::make_shared<OpenDevice>(opened), .error = 0};
         }
-        void listen(const std::shared_ptr<HIDDevice>&, qsizetype bufferLength) override
-        {
-            m_fake.device()->bufferLength = bufferLength;
-        }
+        void listen(const std::shared_ptr<HIDDevice>&, qsizetype) override { }
         void stopListening() override { }
         void run() override
         {
