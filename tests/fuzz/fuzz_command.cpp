@@ -18,7 +18,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using Action = Command::Action;
-using Phase = TimerEngine::Phase;
 
 bool fits(double minutes)
 {
@@ -56,36 +55,6 @@ void checkParsing(const QString& text, const std::optional<Command>& command)
     require(isOneLine, "a description that breaks the log");
 }
 
-/// What the command alone decides, whatever went before it.
-void checkResult(const Command& command, const Show& show, qint64 remainingBefore)
-{
-    const TimerEngine& engine = show.engine;
-    const bool isFresh = engine.phase == Phase::running && engine.remaining() == engine.setSeconds;
-    std::visit(
-        Overloaded {
-            [](const Command::Set&) {},
-            [&](const Command::Go&) { require(isFresh, "go does not start"); },
-            [&](const Command::Message& message) {
-                require(
-                    engine.snapshot.value().message.value_or(QString()) == message.text.trimmed(),
-                    "another message");
-            },
-            [&](const Command::Cue& cue) {
-                const bool exists = cue.number > 0 && cue.number <= 3;
-                require(!exists || (isFresh && show.controller.currentIndex() == cue.number - 1),
-                    "the cue did not start");
-            },
-            [&](Action action) {
-                if (action == Action::start)
-                    require(isFresh, "start does not start");
-                if (action == Action::subtractMinute)
-                    require(engine.remaining() == remainingBefore || engine.remaining() > 0,
-                        "a minute less crossed zero");
-            },
-        },
-        command.operation);
-}
-
 void checkEngine(const Show& show)
 {
     const TimerEngine& engine = show.engine;
@@ -113,7 +82,9 @@ bool carryOut(const Command& command, Show& show)
     require(!std::holds_alternative<Command::Set>(command.operation)
             || show.engine.snapshot.value() == shown,
         "set shows");
-    checkResult(command, show, remaining);
+    require(command != Command {Action::subtractMinute} || show.engine.remaining() == remaining
+            || show.engine.remaining() > 0,
+        "a minute less crossed zero");
     return true;
 }
 
