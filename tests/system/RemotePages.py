@@ -29,18 +29,11 @@ LONG_MESSAGE = "Doors open in ten minutes, please take your seats " * 4 + "x" * 
 
 # Page, selector, property and value of what nobody would miss at once.
 STYLES = [
-    ("/", "[data-command=CUE1]", "border-left", "4px solid rgb(254, 72, 111)"),
-    ("/", "[data-command=STOPTIME]", "background-color", "rgb(192, 57, 43)"),
-    ("/display", "#stage", "background-color", BACKGROUND_COLOR),
-    ("/display", "#stage", "height", "750px"),
-    ("/display", "#time", "color", TEXT_COLOR),
     ("/display", "#time", "white-space", "nowrap"),
     ("/display", "#message", "color", TEXT_COLOR),
-    ("/display", "#message", "width", "900px"),
     ("/display", "#message-box", "opacity", "1"),
     ("/display", "#strobe", "width", "1000px"),
     ("/display", "#strobe", "height", "750px"),
-    ("/display", "#strobe", "opacity", "0"),
     ("/display", "#strobe", "pointer-events", "none"),
 ]
 BUTTONS = [

@@ -60,35 +60,7 @@ qsizetype openDescriptors(RunningProgram& program)
     return folder.entryList(QDir::Files | QDir::System).size();
 }
 
-using Break = std::function<void(RunningProgram&)>;
-
-} // namespace
-
-/// Something is broken at the launch, or breaks in the middle of a show, and the timer goes on.
-class FaultsTest : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase() { prepareProcess(); }
-    void runsTheTimer_data();
-    void runsTheTimer();
-    void runsTheTimerWithoutADisplay();
-    void startsWithoutReadablePreferences_data();
-    void startsWithoutReadablePreferences();
-    void goesOnAfterASuspension();
-    void storesLaterWhatItCouldNot();
-    void outlivesTheSessionBus();
-    void outlivesACrowd_data();
-    void outlivesACrowd();
-    void takesPortsThatAreFreeAgain();
-    void losesNothingButTheTimeWhenKilled_data();
-    void losesNothingButTheTimeWhenKilled();
-
-private:
-    static void startWithSettingsShown(RunningProgram& program, XServer& server);
-};
-
-void FaultsTest::startWithSettingsShown(RunningProgram& program, XServer& server)
+void startWithSettingsShown(RunningProgram& program, XServer& server)
 {
     QVERIFY(server.isRunning());
     server.plug(u"DUMMY0"_s, u"large"_s, u"0x0"_s);
@@ -100,263 +72,245 @@ void FaultsTest::startWithSettingsShown(RunningProgram& program, XServer& server
     QTRY_VERIFY(server.windowPlace(u"Tarrow"_s).height() > 1000);
 }
 
-void FaultsTest::runsTheTimer_data()
-{
-    QTest::addColumn<Break>("breakIt");
-    QTest::addColumn<QByteArray>("told");
+using Break = std::function<void(RunningProgram&)>;
 
-    const auto row = [](const char* name, const QByteArray& told, const Break& breakIt) {
-        QTest::newRow(name) << breakIt << told;
-    };
-    row("no session bus", "Displays are not kept awake", [](RunningProgram& program) {
-        program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
-    });
-    row("no NDI runtime", "NDI", [](RunningProgram& program) {
-        for (const QString& place : {u"NDI_RUNTIME_DIR_V6"_s, u"NDI_RUNTIME_DIR_V5"_s})
-            program.environment().insert(place, u"/nonexistent"_s);
-        program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiEnabled"_s, true}});
-    });
-    row("no deck", "command go",
-        [](RunningProgram& program) { program.setStoredText(u"sd.enabled"_s, u"true"_s); });
-    // As on a disk that is full, or with a home that is not ours.
-    row("nothing can be written", "command go", [](RunningProgram& program) {
-        program.process().setChildProcessModifier([] {
-            const rlimit nothing {0, 0};
-            signal(SIGXFSZ, SIG_IGN);
-            setrlimit(RLIMIT_FSIZE, &nothing);
+} // namespace
+
+/// Something is broken at the launch, or breaks in the middle of a show, and the timer goes on.
+class FaultsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { prepareProcess(); }
+
+    void runsTheTimer_data()
+    {
+        QTest::addColumn<Break>("breakIt");
+        QTest::addColumn<QByteArray>("told");
+
+        const auto row = [](const char* name, const QByteArray& told, const Break& breakIt) {
+            QTest::newRow(name) << breakIt << told;
+        };
+        row("no session bus", "Displays are not kept awake", [](RunningProgram& program) {
+            program.environment().insert(
+                u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
         });
-    });
-    row("garbled running order", "command go",
-        [](RunningProgram& program) { program.setStored(RunningProgram::cuesKey, "{\"cues\":["); });
-    row("no resources", "Info.json is not where the program's resources are",
-        [](RunningProgram& program) {
-            const QString copy = program.configFile() + u".program"_s;
-            QVERIFY(QFile::copy(program.process().program(), copy));
-            program.process().setProgram(copy);
+        row("no NDI runtime", "NDI", [](RunningProgram& program) {
+            for (const QString& place : {u"NDI_RUNTIME_DIR_V6"_s, u"NDI_RUNTIME_DIR_V5"_s})
+                program.environment().insert(place, u"/nonexistent"_s);
+            program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiEnabled"_s, true}});
         });
-}
-
-void FaultsTest::runsTheTimer()
-{
-    QFETCH(Break, breakIt);
-    QFETCH(QByteArray, told);
-
-    RunningProgram program;
-    program.setSettings({{u"webRemoteEnabled"_s, true}});
-    breakIt(program);
-    program.launch();
-    QVERIFY2(program.webAnswer("/cmd?c=GO5").contains("true"), program.log().constData());
-    QCOMPARE(program.state()[u"phase"], u"running"_s);
-    QVERIFY2(program.waitForLog(told), program.log().constData());
-    QVERIFY(program.quits());
-}
-
-/// The server is there, but nothing is plugged in; and then something is.
-void FaultsTest::runsTheTimerWithoutADisplay()
-{
-    XServer server;
-    QVERIFY(server.isRunning());
-    server.unplug(u"DUMMY0"_s);
-    RunningProgram program;
-    program.setShownOn(server);
-    QVERIFY2(program.start(), program.log().constData());
-    QVERIFY(program.carriesOut("GO 5"));
-    server.plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
-    QTRY_VERIFY(!server.windowPlace(u"Tarrow"_s).isNull());
-    QVERIFY(program.carriesOut("STOPTIME"));
-}
-
-void FaultsTest::startsWithoutReadablePreferences_data()
-{
-    QTest::addColumn<bool>("isFolder");
-
-    QTest::newRow("garbage") << false;
-    QTest::newRow("folder in their place") << true;
-}
-
-/// The defaults hold then, with their ports, which may be taken on this machine: the log tells of
-/// the listener in either case.
-void FaultsTest::startsWithoutReadablePreferences()
-{
-    QFETCH(bool, isFolder);
-
-    RunningProgram program;
-    QFile file(program.configFile());
-    if (isFolder) {
-        QVERIFY(file.remove() && QDir().mkpath(file.fileName()));
-    } else {
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(4096, '\xff'));
-        file.close();
+        // As on a disk that is full, or with a home that is not ours.
+        row("nothing can be written", "command go", [](RunningProgram& program) {
+            program.process().setChildProcessModifier([] {
+                const rlimit nothing {0, 0};
+                signal(SIGXFSZ, SIG_IGN);
+                setrlimit(RLIMIT_FSIZE, &nothing);
+            });
+        });
+        row("no resources", "Info.json is not where the program's resources are",
+            [](RunningProgram& program) {
+                const QString copy = program.configFile() + u".program"_s;
+                QVERIFY(QFile::copy(program.process().program(), copy));
+                program.process().setProgram(copy);
+            });
     }
-    program.launch();
-    QVERIFY2(program.waitForLog("port 6969"), program.log().constData());
-    QVERIFY(program.quits());
-}
 
-/// What comes meanwhile waits for it.
-void FaultsTest::goesOnAfterASuspension()
-{
-    RunningProgram program;
-    program.setSettings({{u"webRemoteEnabled"_s, true}});
-    QVERIFY(program.start());
-    QVERIFY(program.carriesOut("GO 5"));
-    const auto process = static_cast<pid_t>(program.process().processId());
-    kill(process, SIGSTOP);
-    QTRY_VERIFY(isStopped(process));
-    for (const char* const command : {"MSG one", "MSG two", "PAUSE"})
-        program.send(command);
-    kill(process, SIGCONT);
-    QVERIFY(program.waitForLog("command pause"));
-    QCOMPARE(program.state()[u"message"], u"two"_s);
-    QCOMPARE(program.state()[u"phase"], u"paused"_s);
-}
+    void runsTheTimer()
+    {
+        QFETCH(Break, breakIt);
+        QFETCH(QByteArray, told);
 
-void FaultsTest::storesLaterWhatItCouldNot()
-{
-    XServer server;
-    RunningProgram program;
-    program.setStored(RunningProgram::cuesKey, cues);
-    program.setSettings({{u"webRemoteEnabled"_s, true}});
-    startWithSettingsShown(program, server);
-
-    setIsUnreadable(program, true);
-    press(server, overtimeChip);
-    QVERIFY(program.waitForLog("Preferences: cannot write"));
-    QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
-    setIsUnreadable(program, false);
-    QCOMPARE(program.storedSettings()[u"allowCountUp"], false);
-
-    press(server, warningToggle);
-    QTRY_COMPARE(program.storedSettings()[u"useThresholdColors"], false);
-    QCOMPARE(program.storedSettings()[u"allowCountUp"], true);
-    QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
-    QCOMPARE(program.log().count("Preferences: cannot write"), 1);
-}
-
-void FaultsTest::outlivesTheSessionBus()
-{
-    SessionBus bus(SessionBus::Services::screenSaver);
-    RunningProgram program;
-    program.environment().insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(bus.address()));
-    QVERIFY(program.start());
-    QTRY_COMPARE(bus.screenSaver().inhibitors.size(), 1);
-    bus.kill();
-    QVERIFY(program.carriesOut("GO 5"));
-    QVERIFY(program.quits());
-}
-
-/// Those who connect and never finish cost the others nothing, and are gone when they go.
-void FaultsTest::outlivesACrowd_data()
-{
-    QTest::addColumn<int>("descriptors");
-    QTest::newRow("descriptors for all") << 20'000;
-    QTest::newRow("descriptors for some") << 256;
-}
-
-void FaultsTest::outlivesACrowd()
-{
-    QFETCH(const int, descriptors);
-    RunningProgram program;
-    program.setSettings({{u"webRemoteEnabled"_s, true}});
-    program.process().setChildProcessModifier([descriptors] {
-        const auto limit = static_cast<rlim_t>(descriptors);
-        const rlimit limits {limit, limit};
-        setrlimit(RLIMIT_NOFILE, &limits);
-    });
-    QVERIFY(program.start());
-    QVERIFY(program.webPort() != 0);
-    QVERIFY(program.carriesOut("STOPTIME"));
-    const qsizetype before = openDescriptors(program);
-
-    std::vector<std::unique_ptr<HTTPPeer>> crowd;
-    for (int i = 0; i < 2000; ++i) {
-        crowd.push_back(std::make_unique<HTTPPeer>(program.webPort()));
-        QVERIFY(crowd.back()->isConnected());
-        crowd.back()->send("GET /state HTTP/1.1\r\nHost: ");
-    }
-    // The rest of the program keeps 128.
-    const qsizetype taken = std::min(descriptors - 128, 2000);
-    QTRY_COMPARE(openDescriptors(program), before + taken);
-    QVERIFY(program.carriesOut("GO 5"));
-    QCOMPARE(openDescriptors(program), before + taken);
-    if (taken == 2000)
+        RunningProgram program;
+        program.setSettings({{u"webRemoteEnabled"_s, true}});
+        breakIt(program);
+        program.launch();
+        QVERIFY2(program.webAnswer("/cmd?c=GO5").contains("true"), program.log().constData());
         QCOMPARE(program.state()[u"phase"], u"running"_s);
-    crowd.clear();
-    QTRY_COMPARE_WITH_TIMEOUT(program.state()[u"phase"], u"running"_s, 20'000);
-    QTRY_COMPARE(openDescriptors(program), before);
-}
+        QVERIFY2(program.waitForLog(told), program.log().constData());
+        QVERIFY(program.quits());
+    }
 
-/// The web remote at its switch, the datagrams at the next launch, and neither by itself.
-void FaultsTest::takesPortsThatAreFreeAgain()
-{
-    QUdpSocket datagrams;
-    QVERIFY(datagrams.bind(QHostAddress::Any));
-    QTcpServer streams;
-    QVERIFY(streams.listen(QHostAddress::Any));
-    const quint16 udpPort = datagrams.localPort();
-    XServer server;
-    RunningProgram program;
-    program.setSettings({{u"udpPort"_s, udpPort}, {u"webRemoteEnabled"_s, true},
-        {u"webPort"_s, streams.serverPort()}});
-    startWithSettingsShown(program, server);
-    QVERIFY(program.waitForLog("Web remote: cannot bind port"));
-    datagrams.close();
-    streams.close();
+    /// The server is there, but nothing is plugged in; and then something is.
+    void runsTheTimerWithoutADisplay()
+    {
+        XServer server;
+        QVERIFY(server.isRunning());
+        server.unplug(u"DUMMY0"_s);
+        RunningProgram program;
+        program.setShownOn(server);
+        QVERIFY2(program.start(), program.log().constData());
+        QVERIFY(program.carriesOut("GO 5"));
+        server.plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
+        QTRY_VERIFY(!server.windowPlace(u"Tarrow"_s).isNull());
+        QVERIFY(program.carriesOut("STOPTIME"));
+    }
 
-    press(server, webToggle);
-    QTRY_COMPARE(program.storedSettings()[u"webRemoteEnabled"], false);
-    QVERIFY(!program.log().contains("Web remote on port"));
-    press(server, webToggle);
-    QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
-    QCOMPARE(program.state()[u"phase"], u"running"_s);
-    QVERIFY(datagrams.bind(QHostAddress::Any, udpPort));
-    datagrams.close();
+    /// The defaults hold then, with their ports, which may be taken on this machine: the log tells
+    /// of the listener in either case.
+    void startsWithoutReadablePreferences()
+    {
+        for (const bool isFolder : {false, true}) {
+            RunningProgram program;
+            QFile file(program.configFile());
+            if (isFolder) {
+                QVERIFY(file.remove() && QDir().mkpath(file.fileName()));
+            } else {
+                QVERIFY(file.open(QIODevice::WriteOnly));
+                file.write(QByteArray(4096, '\xff'));
+                file.close();
+            }
+            program.launch();
+            QVERIFY2(program.waitForLog("port 6969"), program.log().constData());
+            QVERIFY(program.quits());
+        }
+    }
 
-    QVERIFY(program.quits());
-    QVERIFY(program.start());
-    QCOMPARE(program.port(), udpPort);
-}
+    /// What comes meanwhile waits for it.
+    void goesOnAfterASuspension()
+    {
+        RunningProgram program;
+        program.setSettings({{u"webRemoteEnabled"_s, true}});
+        QVERIFY(program.start());
+        QVERIFY(program.carriesOut("GO 5"));
+        const auto process = static_cast<pid_t>(program.process().processId());
+        kill(process, SIGSTOP);
+        QTRY_VERIFY(isStopped(process));
+        for (const char* const command : {"MSG one", "MSG two", "PAUSE"})
+            program.send(command);
+        kill(process, SIGCONT);
+        QVERIFY(program.waitForLog("command pause"));
+        QCOMPARE(program.state()[u"message"], u"two"_s);
+        QCOMPARE(program.state()[u"phase"], u"paused"_s);
+    }
 
-void FaultsTest::losesNothingButTheTimeWhenKilled_data()
-{
-    QTest::addColumn<QByteArrayList>("commands");
-    QTest::addColumn<QString>("phase");
-    QTest::addColumn<QString>("time");
+    void storesLaterWhatItCouldNot()
+    {
+        XServer server;
+        RunningProgram program;
+        program.setStored(RunningProgram::cuesKey, cues);
+        program.setSettings({{u"webRemoteEnabled"_s, true}});
+        startWithSettingsShown(program, server);
 
-    QTest::newRow("idle") << QByteArrayList() << u"idle"_s << u"00:00"_s;
-    QTest::newRow("running") << QByteArrayList {"CUE 1"} << u"running"_s << u"01:2"_s;
-    QTest::newRow("paused") << QByteArrayList {"CUE 1", "PAUSE"} << u"paused"_s << u"01:"_s;
-    QTest::newRow("clock") << QByteArrayList {"TIME"} << u"clock"_s << u""_s;
-    QTest::newRow("overtime") << QByteArrayList {"GO 0.01"} << u"running"_s << u"-00:"_s;
-}
+        setIsUnreadable(program, true);
+        press(server, overtimeChip);
+        QVERIFY(program.waitForLog("Preferences: cannot write"));
+        QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
+        setIsUnreadable(program, false);
+        QCOMPARE(program.storedSettings()[u"allowCountUp"], false);
 
-void FaultsTest::losesNothingButTheTimeWhenKilled()
-{
-    QFETCH(const QByteArrayList, commands);
-    QFETCH(const QString, phase);
-    QFETCH(const QString, time);
-    RunningProgram program;
-    program.setSettings(
-        {{u"webRemoteEnabled"_s, true}, {u"allowCountUp"_s, true}, {u"ndiWidth"_s, 1280}});
-    const QByteArray settings = program.stored(RunningProgram::settingsKey);
-    program.setStored(RunningProgram::cuesKey, cues);
-    QVERIFY(program.start());
-    for (const QByteArray& command : commands)
-        program.send(command);
-    QTRY_COMPARE(program.state()[u"phase"], phase);
-    QTRY_VERIFY(program.state()[u"time"].toString().startsWith(time));
-    program.process().kill();
-    QVERIFY(program.waitForEnd());
+        press(server, warningToggle);
+        QTRY_COMPARE(program.storedSettings()[u"useThresholdColors"], false);
+        QCOMPARE(program.storedSettings()[u"allowCountUp"], true);
+        QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
+        QCOMPARE(program.log().count("Preferences: cannot write"), 1);
+    }
 
-    QVERIFY(program.start());
-    QCOMPARE(program.state()[u"phase"], u"idle"_s);
-    QCOMPARE(program.state()[u"time"], u"00:00"_s);
-    QCOMPARE(program.webAnswer("/cues"),
-        R"([{"index":1,"title":"Keynote","duration":"01:30","current":false}])");
-    QCOMPARE(program.stored(RunningProgram::settingsKey), settings);
-    QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
-}
+    void outlivesTheSessionBus()
+    {
+        SessionBus bus(SessionBus::Services::screenSaver);
+        RunningProgram program;
+        program.environment().insert(
+            u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(bus.address()));
+        QVERIFY(program.start());
+        QTRY_COMPARE(bus.screenSaver().inhibitors.size(), 1);
+        bus.kill();
+        QVERIFY(program.carriesOut("GO 5"));
+        QVERIFY(program.quits());
+    }
+
+    /// Those who connect and never finish cost the others nothing, and are gone when they go.
+    void outlivesACrowd_data()
+    {
+        QTest::addColumn<int>("descriptors");
+        QTest::newRow("descriptors for all") << 20'000;
+        QTest::newRow("descriptors for some") << 256;
+    }
+
+    void outlivesACrowd()
+    {
+        QFETCH(const int, descriptors);
+        RunningProgram program;
+        program.setSettings({{u"webRemoteEnabled"_s, true}});
+        program.process().setChildProcessModifier([descriptors] {
+            const auto limit = static_cast<rlim_t>(descriptors);
+            const rlimit limits {limit, limit};
+            setrlimit(RLIMIT_NOFILE, &limits);
+        });
+        QVERIFY(program.start());
+        QVERIFY(program.carriesOut("STOPTIME"));
+        const qsizetype before = openDescriptors(program);
+
+        std::vector<std::unique_ptr<HTTPPeer>> crowd;
+        for (int i = 0; i < 2000; ++i) {
+            crowd.push_back(std::make_unique<HTTPPeer>(program.webPort()));
+            QVERIFY(crowd.back()->isConnected());
+            crowd.back()->send("GET /state HTTP/1.1\r\nHost: ");
+        }
+        // The rest of the program keeps 128.
+        const qsizetype taken = std::min(descriptors - 128, 2000);
+        QTRY_COMPARE(openDescriptors(program), before + taken);
+        QVERIFY(program.carriesOut("GO 5"));
+        QCOMPARE(openDescriptors(program), before + taken);
+        if (taken == 2000)
+            QCOMPARE(program.state()[u"phase"], u"running"_s);
+        crowd.clear();
+        QTRY_COMPARE_WITH_TIMEOUT(program.state()[u"phase"], u"running"_s, 20'000);
+        QTRY_COMPARE(openDescriptors(program), before);
+    }
+
+    /// The web remote at its switch, the datagrams at the next launch, and neither by itself.
+    void takesPortsThatAreFreeAgain()
+    {
+        QUdpSocket datagrams;
+        QVERIFY(datagrams.bind(QHostAddress::Any));
+        QTcpServer streams;
+        QVERIFY(streams.listen(QHostAddress::Any));
+        const quint16 udpPort = datagrams.localPort();
+        XServer server;
+        RunningProgram program;
+        program.setSettings({{u"udpPort"_s, udpPort}, {u"webRemoteEnabled"_s, true},
+            {u"webPort"_s, streams.serverPort()}});
+        startWithSettingsShown(program, server);
+        QVERIFY(program.waitForLog("Web remote: cannot bind port"));
+        datagrams.close();
+        streams.close();
+
+        press(server, webToggle);
+        QTRY_COMPARE(program.storedSettings()[u"webRemoteEnabled"], false);
+        QVERIFY(!program.log().contains("Web remote on port"));
+        press(server, webToggle);
+        QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
+        QCOMPARE(program.state()[u"phase"], u"running"_s);
+        QVERIFY(datagrams.bind(QHostAddress::Any, udpPort));
+        datagrams.close();
+
+        QVERIFY(program.quits());
+        QVERIFY(program.start());
+        QCOMPARE(program.port(), udpPort);
+    }
+
+    void losesNothingButTheTimeWhenKilled()
+    {
+        RunningProgram program;
+        program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiWidth"_s, 1280}});
+        const QByteArray settings = program.stored(RunningProgram::settingsKey);
+        program.setStored(RunningProgram::cuesKey, cues);
+        QVERIFY(program.start());
+        program.send("CUE 1");
+        QTRY_VERIFY(program.state()[u"time"].toString().startsWith(u"01:2"_s));
+        program.process().kill();
+        QVERIFY(program.waitForEnd());
+
+        QVERIFY(program.start());
+        QCOMPARE(program.state()[u"phase"], u"idle"_s);
+        QCOMPARE(program.state()[u"time"], u"00:00"_s);
+        QCOMPARE(program.webAnswer("/cues"),
+            R"([{"index":1,"title":"Keynote","duration":"01:30","current":false}])");
+        QCOMPARE(program.stored(RunningProgram::settingsKey), settings);
+        QCOMPARE(program.stored(RunningProgram::cuesKey), cues);
+    }
+};
 
 QTEST_GUILESS_MAIN(FaultsTest)
 #include "tst_Faults.moc"

@@ -11,125 +11,95 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QByteArray runningOrder =
-    R"([{"id":"6F9619FF-8B86-D011-B42D-00C04FC964F0","title":"Cue","seconds":60}])";
-
-} // namespace
-
 /// The program as a user meets it: started as a process, driven by datagrams, ended by signals.
 class ProgramTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void goesOnWhileTheSoundServerHangs();
-    void stopsOnWhatIsFatal();
-    void endsOnSignals_data();
-    void endsOnSignals();
-    void holdsItsPortsWithinTheirRange();
-    void outlivesTheReaderOfItsLog();
-    void startsWithItsStreamsClosed();
+    void goesOnWhileTheSoundServerHangs()
+    {
+        const QTemporaryDir folder;
+        QLocalServer silent;
+        QVERIFY(silent.listen(folder.filePath(u"pulse"_s)));
+        RunningProgram program;
+        program.environment().insert(u"PULSE_SERVER"_s, u"unix:"_s + silent.fullServerName());
+        program.setSettings({{u"playFinishSound"_s, true}});
+        QVERIFY(program.start());
+
+        program.send("GO 0.01");
+        QVERIFY(silent.waitForNewConnection(10'000));
+        QVERIFY(program.carriesOut("STOPTIME"));
+        QVERIFY(program.quits());
+    }
+
+    void stopsOnWhatIsFatal()
+    {
+        RunningProgram program;
+        program.setSettings({{u"webRemoteEnabled"_s, true}});
+        QVERIFY(program.start());
+        program.send("SET inf");
+        QVERIFY(program.waitForEnd());
+        QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
+        QCOMPARE(program.log().count("fatal: "), 1);
+
+        QVERIFY(program.start());
+        HTTPPeer(program.webPort()).get("/x?c=1&==");
+        QVERIFY(program.waitForEnd());
+        QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
+        QCOMPARE(program.log().count("fatal: "), 1);
+    }
+
+    void endsOnSignals()
+    {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            RunningProgram program;
+            QVERIFY(program.start());
+            QVERIFY(program.carriesOut("GO 5"));
+            kill(static_cast<pid_t>(program.process().processId()), signal);
+            QVERIFY2(program.endsWell(), qPrintable(QString::number(signal)));
+        }
+    }
+
+    void holdsItsPortsWithinTheirRange()
+    {
+        RunningProgram program;
+        program.setSettings(
+            {{u"webRemoteEnabled"_s, true}, {u"webPort"_s, 70'000}, {u"udpPort"_s, 70'000}});
+        QVERIFY(program.start());
+        QCOMPARE(program.port(), 65535);
+        QCOMPARE(program.webPort(), 65535);
+        QVERIFY(program.carriesOut("STOPTIME"));
+        QVERIFY(program.quits());
+        // 0, and with it any free port.
+        program.setSettings({{u"udpPort"_s, -1}});
+        QVERIFY(program.start());
+    }
+
+    void outlivesTheReaderOfItsLog()
+    {
+        RunningProgram program;
+        QVERIFY(program.start());
+        program.process().closeReadChannel(QProcess::StandardError);
+        for (int i = 0; i < 100; ++i)
+            program.send("GO 5");
+        QVERIFY(program.quits());
+    }
+
+    /// The listener must not get the number of a closed stream: what is written there would go out
+    /// to the network, or come in as a command.
+    void startsWithItsStreamsClosed()
+    {
+        RunningProgram program;
+        program.process().setChildProcessModifier([] {
+            close(STDIN_FILENO);
+            close(STDOUT_FILENO);
+        });
+        QVERIFY(program.start());
+        const QString streams = u"/proc/%1/fd/%2"_s.arg(program.process().processId());
+        for (const int stream : {STDIN_FILENO, STDOUT_FILENO})
+            QCOMPARE(QFile::symLinkTarget(streams.arg(stream)), u"/dev/null"_s);
+    }
 };
-
-void ProgramTest::goesOnWhileTheSoundServerHangs()
-{
-    const QTemporaryDir folder;
-    QLocalServer silent;
-    QVERIFY(silent.listen(folder.filePath(u"pulse"_s)));
-    RunningProgram program;
-    program.environment().insert(u"PULSE_SERVER"_s, u"unix:"_s + silent.fullServerName());
-    program.setSettings({{u"playFinishSound"_s, true}});
-    QVERIFY(program.start());
-
-    program.send("GO 0.01");
-    QVERIFY(silent.waitForNewConnection(10'000));
-    QVERIFY(program.carriesOut("STOPTIME"));
-    QVERIFY(program.quits());
-}
-
-void ProgramTest::stopsOnWhatIsFatal()
-{
-    RunningProgram program;
-    program.setSettings({{u"amberThresholdSeconds"_s, 120}, {u"webRemoteEnabled"_s, true}});
-    const QByteArray settings = program.stored(RunningProgram::settingsKey);
-    program.setStored(RunningProgram::cuesKey, runningOrder);
-    QVERIFY(program.start());
-    program.send("SET inf");
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
-    QCOMPARE(program.log().count("fatal: "), 1);
-
-    QVERIFY(program.start());
-    QVERIFY(program.carriesOut("CUE 1"));
-    QCOMPARE(program.stored(RunningProgram::settingsKey), settings);
-    QCOMPARE(program.stored(RunningProgram::cuesKey), runningOrder);
-
-    HTTPPeer(program.webPort()).get("/x?c=1&==");
-    QVERIFY(program.waitForEnd());
-    QCOMPARE(program.process().exitStatus(), QProcess::CrashExit);
-    QCOMPARE(program.log().count("fatal: "), 1);
-}
-
-void ProgramTest::endsOnSignals_data()
-{
-    QTest::addColumn<int>("signal");
-
-    QTest::newRow("SIGINT") << SIGINT;
-    QTest::newRow("SIGTERM") << SIGTERM;
-    QTest::newRow("SIGHUP") << SIGHUP;
-}
-
-void ProgramTest::endsOnSignals()
-{
-    QFETCH(int, signal);
-
-    RunningProgram program;
-    QVERIFY(program.start());
-    QVERIFY(program.carriesOut("GO 5"));
-    kill(static_cast<pid_t>(program.process().processId()), signal);
-    QVERIFY(program.endsWell());
-}
-
-void ProgramTest::holdsItsPortsWithinTheirRange()
-{
-    RunningProgram program;
-    program.setSettings(
-        {{u"webRemoteEnabled"_s, true}, {u"webPort"_s, 70'000}, {u"udpPort"_s, 70'000}});
-    QVERIFY(program.start());
-    QCOMPARE(program.port(), 65535);
-    QCOMPARE(program.webPort(), 65535);
-    QVERIFY(program.carriesOut("STOPTIME"));
-    QVERIFY(program.quits());
-    // 0, and with it any free port.
-    program.setSettings({{u"udpPort"_s, -1}});
-    QVERIFY(program.start());
-}
-
-void ProgramTest::outlivesTheReaderOfItsLog()
-{
-    RunningProgram program;
-    QVERIFY(program.start());
-    program.process().closeReadChannel(QProcess::StandardError);
-    for (int i = 0; i < 100; ++i)
-        program.send("GO 5");
-    QVERIFY(program.quits());
-}
-
-/// The listener must not get the number of a closed stream: what is written there would go out to
-/// the network, or come in as a command.
-void ProgramTest::startsWithItsStreamsClosed()
-{
-    RunningProgram program;
-    program.process().setChildProcessModifier([] {
-        close(STDIN_FILENO);
-        close(STDOUT_FILENO);
-    });
-    QVERIFY(program.start());
-    const QString streams = u"/proc/%1/fd/%2"_s.arg(program.process().processId());
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO})
-        QCOMPARE(QFile::symLinkTarget(streams.arg(stream)), u"/dev/null"_s);
-}
 
 QTEST_GUILESS_MAIN(ProgramTest)
 #include "tst_Program.moc"
