@@ -84,11 +84,13 @@ class DeckProgram(Program):
 @contextlib.contextmanager
 def window_manager(server):
     """A small one, without which no window gets the keyboard."""
-    process = subprocess.Popen(["openbox"], env=dict(os.environ, DISPLAY=server.display),
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    # It says that it is there before it is ready, and loses windows that are shown in between.
+    process = subprocess.Popen(
+        ["openbox", "--startup", "xprop -root -f IS_READY 32c -set IS_READY 1"],
+        env=dict(os.environ, DISPLAY=server.display),
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     try:
-        wait_until(lambda: "window id" in server.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
-                   "a window manager")
+        wait_until(lambda: "=" in server.run("xprop", "-root", "IS_READY"), "a window manager")
         yield
     finally:
         process.terminate()

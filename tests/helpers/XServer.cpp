@@ -20,10 +20,12 @@ XServer::XServer()
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"DISPLAY"_s, m_name);
     m_windowManager.setProcessEnvironment(environment);
-    m_windowManager.start(u"openbox"_s, {});
+    // It says that it is there before it is ready, and loses windows that are shown in between.
+    m_windowManager.start(
+        u"openbox"_s, {u"--startup"_s, u"xprop -root -f IS_READY 32c -set IS_READY 1"_s});
     m_windowManager.waitForStarted();
     while (m_windowManager.state() == QProcess::Running
-        && !run(u"xprop -root _NET_SUPPORTING_WM_CHECK"_s).contains(u"window id"_s)) { }
+        && !run(u"xprop -root IS_READY"_s).contains(u'=')) { }
 }
 
 XServer::~XServer()

@@ -24,8 +24,10 @@ void raiseDescriptorLimit()
 /// below them from being given back.
 void keepLargeBlocksApart()
 {
-    constexpr int large = 128 * 1024;
+    constexpr int large = 1024 * 1024;
     mallopt(M_MMAP_THRESHOLD, large);
+    // Less than that is not worth giving back: it is wanted again with the next picture.
+    mallopt(M_TRIM_THRESHOLD, 2 * large);
 }
 
 } // namespace
