@@ -207,6 +207,18 @@ private Q_SLOTS:
         QCOMPARE(QJsonDocument::fromJson(preferences.documents[key]).object(), expected);
     }
 
+    void nonFiniteColorSkipsTheSave()
+    {
+        MemoryPreferences preferences;
+        AppSettings settings(preferences);
+        settings.redColor = RGBColor {.r = std::numeric_limits<double>::quiet_NaN()};
+        settings.webPort = 8081;
+        QCOMPARE(preferences.writes, 0);
+        settings.redColor = RGBColor {.r = 0.5};
+        QCOMPARE(preferences.writes, 1);
+        QCOMPARE(AppSettings(preferences).webPort, 8081);
+    }
+
 private:
     static inline const QString key = u"TarrowSettings.v1"_s;
 };

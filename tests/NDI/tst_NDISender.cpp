@@ -87,6 +87,16 @@ private Q_SLOTS:
         QCOMPARE(callsWith({}, u"runtime6"_s), u"load runtime6, initialize"_s);
     }
 
+    void looksInThePlacesOfTheSystemLast()
+    {
+        setRuntime("NDI_RUNTIME_DIR_V6", u"runtime6"_s);
+        setRuntime("NDI_RUNTIME_DIR_V5", {});
+        const QStringList expected {standIns + u"/runtime6/libndi.so.6"_s,
+            QCoreApplication::applicationDirPath() + u"/../lib/tarrow/libndi.so.6"_s,
+            u"/usr/local/lib/libndi.so.6"_s, u"/usr/lib/libndi.so.6"_s, u"libndi.so.6"_s};
+        QCOMPARE(NDIBridge::runtimeCandidates().filter(u".6"_s), expected);
+    }
+
     void saysWhatIsMissing_data()
     {
         QTest::addColumn<QString>("line");

@@ -79,6 +79,21 @@ private Q_SLOTS:
             "00 00 00 00 04 00 00 00 13 0b 00 00 13 0b 00 00 00 00 00 00 00 00 00 00 33 22 11 00");
     }
 
+    void fitsSizes()
+    {
+        const auto fitted = [](double roomHeight, const std::function<double(double)>& width) {
+            return fittedFontSize(roomHeight, 90, width);
+        };
+        const auto times = [](double factor) { return [=](double size) { return factor * size; }; };
+        QCOMPARE(fitted(50, times(1)), 46.0);
+        QCOMPARE(fitted(50, times(3)), 30.0);
+        QCOMPARE(fitted(50, times(100)), 8.0);
+        // At 100 it is 120 wide, so the search begins at 75.
+        QCOMPARE(fitted(500, [](double size) { return size + 20; }), 70.0);
+        // It gives up.
+        QCOMPARE(fitted(500, [](double size) { return size < 100 ? 91 : 100; }), 66.0);
+    }
+
     void turnsAndEncodes_data()
     {
         QTest::addColumn<int>("productID");

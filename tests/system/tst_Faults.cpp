@@ -290,15 +290,34 @@ private Q_SLOTS:
         QCOMPARE(program.port(), udpPort);
     }
 
+    void losesNothingButTheTimeWhenKilled_data()
+    {
+        QTest::addColumn<QByteArrayList>("commands");
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<QString>("time");
+
+        QTest::newRow("idle") << QByteArrayList() << u"idle"_s << u"00:00"_s;
+        QTest::newRow("running") << QByteArrayList {"CUE 1"} << u"running"_s << u"01:2"_s;
+        QTest::newRow("paused") << QByteArrayList {"CUE 1", "PAUSE"} << u"paused"_s << u"01:"_s;
+        QTest::newRow("clock") << QByteArrayList {"TIME"} << u"clock"_s << u""_s;
+        QTest::newRow("overtime") << QByteArrayList {"GO 0.01"} << u"running"_s << u"-00:"_s;
+    }
+
     void losesNothingButTheTimeWhenKilled()
     {
+        QFETCH(const QByteArrayList, commands);
+        QFETCH(const QString, phase);
+        QFETCH(const QString, time);
         RunningProgram program;
-        program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiWidth"_s, 1280}});
+        program.setSettings(
+            {{u"webRemoteEnabled"_s, true}, {u"allowCountUp"_s, true}, {u"ndiWidth"_s, 1280}});
         const QByteArray settings = program.stored(RunningProgram::settingsKey);
         program.setStored(RunningProgram::cuesKey, cues);
         QVERIFY(program.start());
-        program.send("CUE 1");
-        QTRY_VERIFY(program.state()[u"time"].toString().startsWith(u"01:2"_s));
+        for (const QByteArray& command : commands)
+            program.send(command);
+        QTRY_COMPARE(program.state()[u"phase"], phase);
+        QTRY_VERIFY(program.state()[u"time"].toString().startsWith(time));
         program.process().kill();
         QVERIFY(program.waitForEnd());
 
