@@ -1,9 +1,9 @@
 #include "App/MainMenu.h"
 
-#include <QApplication>
+#include "helpers/Console.h"
+
 #include <QClipboard>
 #include <QLabel>
-#include <QLineEdit>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -26,17 +26,6 @@ QAction& find(const QMenuBar& bar, const QString& title)
     return **found;
 }
 
-/// "Undo Ctrl+Z", "-".
-QStringList itemsOf(const QMenu& menu)
-{
-    QStringList items;
-    for (const QAction* action : menu.actions()) {
-        const QString keys = action->shortcut().toString(QKeySequence::PortableText);
-        items.append(action->isSeparator() ? u"-"_s : (action->text() + u' ' + keys).trimmed());
-    }
-    return items;
-}
-
 } // namespace
 
 class MainMenuTest : public QObject {
@@ -44,23 +33,6 @@ class MainMenuTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase() { QApplication::setApplicationName(u"Tarrow"_s); }
-
-    void hasItsItems()
-    {
-        const MainMenu bar({});
-        QStringList titles;
-        for (const QAction* action : bar.actions())
-            titles.append(action->text() + u": "_s + itemsOf(*action->menu()).join(u", "_s));
-        QCOMPARE(titles,
-            (QStringList {
-                u"Tarrow: About Tarrow, Check for Updates…, -, Hide Tarrow Ctrl+H, "
-                "Hide Others Ctrl+Alt+H, Show All, -, Quit Tarrow Ctrl+Q"_s,
-                u"Edit: Undo Ctrl+Z, Redo Ctrl+Shift+Z, -, Cut Ctrl+X, Copy Ctrl+C, Paste Ctrl+V, "
-                "Select All Ctrl+A"_s,
-                u"Window: Minimize Ctrl+M, Zoom"_s,
-                u"Help: Tarrow Help Ctrl+?"_s,
-            }));
-    }
 
     void callsItsTargets()
     {
@@ -70,49 +42,31 @@ private Q_SLOTS:
         QCOMPARE(stage.called, (QStringList {u"update"_s, u"help"_s}));
     }
 
-    void offersWhatTheFieldCanDo_data()
+    void offersWhatTheFocusCanDo()
     {
-        QTest::addColumn<QWidget*>("widget");
-        QTest::addColumn<QString>("offered");
+        QGuiApplication::clipboard()->setText(u"7"_s);
+        Stage stage;
+        const auto offered = [&] { return stage.enabledItems(u"Edit"_s).join(u", "_s); };
+        QCOMPARE(offered(), u"Paste"_s);
+        stage.field->setText(u"12"_s);
+        stage.field->selectAll();
+        QCOMPARE(offered(), u"Cut, Copy, Paste, Select All"_s);
 
-        auto* selected = new QLineEdit(u"12"_s);
-        selected->selectAll();
-        auto* readOnly = new QLineEdit(u"12"_s);
-        readOnly->setReadOnly(true);
-        readOnly->selectAll();
         auto* address = new QLabel(u"http://10.0.0.1:8080"_s);
+        stage.console.layout()->addWidget(address);
         address->setTextInteractionFlags(Qt::TextSelectableByMouse);
         address->setFocusPolicy(Qt::ClickFocus);
         address->setSelection(0, 4);
-
-        const auto row = [](const char* name, QWidget* widget, const QString& offered) {
-            QTest::newRow(name) << widget << offered;
-        };
-        row("empty field", new QLineEdit, u"Paste"_s);
-        row("selected text", selected, u"Cut, Copy, Paste, Select All"_s);
-        row("not for changing", readOnly, u"Copy, Select All"_s);
-        row("address", address, u"Copy, Select All"_s);
-    }
-    void offersWhatTheFieldCanDo()
-    {
-        QFETCH(QWidget*, widget);
-        QFETCH(QString, offered);
-
-        QGuiApplication::clipboard()->setText(u"7"_s);
-        Stage stage;
-        QVERIFY(stage.isReady());
-        stage.console.layout()->addWidget(widget);
-        widget->show();
+        address->show();
         // Not by the keyboard, which would select the text.
-        widget->setFocus(Qt::OtherFocusReason);
-        QCOMPARE(stage.enabledItems(u"Edit"_s).join(u", "_s), offered);
+        address->setFocus(Qt::OtherFocusReason);
+        QCOMPARE(offered(), u"Copy, Select All"_s);
     }
 
     /// Also when the menu itself has taken the focus. An item that is not offered does nothing.
     void editsTheField()
     {
         Stage stage;
-        QVERIFY(stage.isReady());
         QTest::keyClicks(stage.field, u"12"_s);
         stage.menu->setFocus();
         QStringList texts;
@@ -129,7 +83,6 @@ private Q_SLOTS:
     void hidesAndShowsTheWindows()
     {
         Stage stage;
-        QVERIFY(stage.isReady());
         QWidget output(nullptr, Qt::Window | Qt::WindowDoesNotAcceptFocus);
         output.show();
         stage.trigger(u"Hide Tarrow"_s);
@@ -155,12 +108,9 @@ private:
             auto* layout = new QVBoxLayout(&console);
             layout->setMenuBar(menu);
             layout->addWidget(field);
-            console.show();
-            console.activateWindow();
+            activate(console);
             field->setFocus();
         }
-
-        [[nodiscard]] bool isReady() { return QTest::qWaitForWindowActive(&console); }
 
         /// The titles of the enabled items after the menu has been opened.
         [[nodiscard]] QStringList enabledItems(const QString& title) const

@@ -36,11 +36,6 @@ private Q_SLOTS:
             result.standardError.constData());
     }
 
-    void subtractsToTheVeryEnd()
-    {
-        QCOMPARE(checkedSubtract(smallest + 1, 1, "an index"), smallest);
-    }
-
     void saturates()
     {
         QCOMPARE(saturatingAdd(-2, 5), 3);

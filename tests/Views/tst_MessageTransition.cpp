@@ -59,20 +59,17 @@ private Q_SLOTS:
     void moves_data()
     {
         QTest::addColumn<QString>("state");
-        const auto row = [](const char* script, const char* state) {
-            QTest::newRow(script) << QString::fromLatin1(state);
-        };
         // Slow at first: a quarter of the time is less than a quarter of the way.
-        row("A 75", "15, A 15 moving");
-        row("A 150", "50, A 50 moving");
-        row("A 300 - 150", "50, A 50 moving");
-        row("A 300 B 150", "100, A 50, B 50 moving");
+        QTest::newRow("A 75") << "15, A 15 moving";
+        QTest::newRow("A 150") << "50, A 50 moving";
+        QTest::newRow("A 300 - 150") << "50, A 50 moving";
+        QTest::newRow("A 300 B 150") << "100, A 50, B 50 moving";
         // What turns back on its way does not jump.
-        row("A 75 -", "15, A 15 moving");
-        row("A 300 B 75 A", "100, A 85, B 15 moving");
-        row("A 300 B 75 A 300", "100, A 100");
+        QTest::newRow("A 75 -") << "15, A 15 moving";
+        QTest::newRow("A 300 B 75 A") << "100, A 85, B 15 moving";
+        QTest::newRow("A 300 B 75 A 300") << "100, A 100";
         // The clock is set back.
-        row("A -3600000", "100, A 100");
+        QTest::newRow("A -3600000") << "100, A 100";
     }
     void moves()
     {

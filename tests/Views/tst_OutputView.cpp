@@ -67,8 +67,6 @@ private Q_SLOTS:
         const Change blackout = [](Stage& stage) { stage.engine.toggleBlackout(); };
         const Change second = &Stage::second;
         row("a second with a message", &Stage::message, second, timeAbove);
-        row(
-            "nothing", running, [](Stage& stage) { stage.engine.tick(); }, nothing);
         row("a message", running, &Stage::message, all);
         row(
             "a color", running, [=](Stage& stage) { stage.settings.textColor = green; }, all);

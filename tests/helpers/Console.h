@@ -7,6 +7,8 @@
 #include "helpers/MemoryPreferences.h"
 
 #include <QAbstractButton>
+#include <QLineEdit>
+#include <QTest>
 
 #include <algorithm>
 #include <optional>
@@ -65,4 +67,26 @@ inline QAbstractButton& buttonCalled(const QWidget& parent, const QString& name)
     if (button == buttons.end())
         qFatal("there is no button %s", qUtf8Printable(name));
     return **button;
+}
+
+inline QLineEdit& fieldWithPlaceholder(const QWidget& parent, const QString& placeholder)
+{
+    const auto fields = parent.findChildren<QLineEdit*>();
+    return **std::ranges::find(fields, placeholder, &QLineEdit::placeholderText);
+}
+
+/// Shows the window, and stops the test when it does not get the focus.
+inline void activate(QWidget& window)
+{
+    window.show();
+    window.activateWindow();
+    if (!QTest::qWaitForWindowActive(&window))
+        qFatal("the window did not get the focus");
+}
+
+/// What a key that is held down does after a while.
+inline void repeatKey(QWidget& widget, Qt::Key key)
+{
+    QKeyEvent event(QEvent::KeyPress, key, {}, QString(), true);
+    QCoreApplication::sendEvent(&widget, &event);
 }

@@ -30,10 +30,6 @@ void collect(const QJsonObject& node, const QString& output, QStringList& window
 
 WaylandServer::WaylandServer()
 {
-    QFile file(m_folder.filePath(u"config"_s));
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.close();
     // The compositor refuses to run as the superuser.
     if (geteuid() == 0)
         QProcess::execute(u"chown"_s, {u"-R"_s, u"nobody"_s, m_folder.path()});
@@ -80,7 +76,7 @@ QString WaylandServer::start(QProcess& process, const QString& name, const QStri
     QStringList words {u"env"_s, u"XDG_RUNTIME_DIR="_s + m_folder.path(),
         u"HOME="_s + m_folder.path(), u"SWAYSOCK="_s + socketOf(name), u"WLR_RENDERER=pixman"_s};
     words += backend;
-    words += {u"sway"_s, u"-c"_s, m_folder.filePath(u"config"_s)};
+    words += {u"sway"_s, u"-c"_s, u"/dev/null"_s};
     if (geteuid() == 0)
         words = QStringList {u"runuser"_s, u"-u"_s, u"nobody"_s, u"--"_s} + words;
     process.start(words.takeFirst(), words);

@@ -22,20 +22,6 @@ private Q_SLOTS:
         QCOMPARE(color.value(), (RGBColor {.r = 1, .g = 176.0 / 255, .b = 0}));
     }
 
-    void storesWhatTheWellChooses()
-    {
-        QProperty<RGBColor> color {{.r = 0.5, .a = 0.25}};
-        ColorControl control(u"Text"_s, color);
-        auto* well = control.findChild<ColorWell*>();
-        for (const auto& [chosen, stored] :
-            {std::pair(QColor::fromCmyk(0, 255, 255, 0), QColor(255, 0, 0)),
-                std::pair(QColor(), QColor(255, 255, 255))}) {
-            Q_EMIT well->chosen(chosen);
-            QCOMPARE(toColor(color), stored);
-            QCOMPARE(color.value().a, 1);
-        }
-    }
-
     /// What the panel chooses is stored at once, what is set elsewhere moves the panel, and neither
     /// comes back.
     void panelAndSettingFollowEachOther()
