@@ -26,6 +26,17 @@ QAction& find(const QMenuBar& bar, const QString& title)
     return **found;
 }
 
+/// "Undo Ctrl+Z", "-".
+QStringList itemsOf(const QMenu& menu)
+{
+    QStringList items;
+    for (const QAction* action : menu.actions()) {
+        const QString keys = action->shortcut().toString(QKeySequence::PortableText);
+        items.append(action->isSeparator() ? u"-"_s : (action->text() + u' ' + keys).trimmed());
+    }
+    return items;
+}
+
 } // namespace
 
 class MainMenuTest : public QObject {
@@ -33,6 +44,23 @@ class MainMenuTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase() { QApplication::setApplicationName(u"Tarrow"_s); }
+
+    void hasItsItems()
+    {
+        const MainMenu bar({});
+        QStringList titles;
+        for (const QAction* action : bar.actions())
+            titles.append(action->text() + u": "_s + itemsOf(*action->menu()).join(u", "_s));
+        QCOMPARE(titles,
+            (QStringList {
+                u"Tarrow: About Tarrow, Check for Updates…, -, Hide Tarrow Ctrl+H, "
+                "Hide Others Ctrl+Alt+H, Show All, -, Quit Tarrow Ctrl+Q"_s,
+                u"Edit: Undo Ctrl+Z, Redo Ctrl+Shift+Z, -, Cut Ctrl+X, Copy Ctrl+C, Paste Ctrl+V, "
+                "Select All Ctrl+A"_s,
+                u"Window: Minimize Ctrl+M, Zoom"_s,
+                u"Help: Tarrow Help Ctrl+?"_s,
+            }));
+    }
 
     void callsItsTargets()
     {

@@ -299,6 +299,7 @@ private Q_SLOTS:
         QCOMPARE(shape({wide}, {5}, 948), QSize(316, 316));
         QCOMPARE(shape({wide}, {}, 0), QSize(316, 158));
         QCOMPARE(shape({flat, wide}, {1, 3}), QSize(316, 178));
+        QCOMPARE(shape({screen(4, 100, 1000)}, {4}), QSize(316, 1580));
     }
 
     void reportsHeights()

@@ -6,12 +6,15 @@
 #include "helpers/FakeDecks.h"
 #include "helpers/MemoryPreferences.h"
 #include "helpers/RunningProgram.h"
+#include "helpers/SessionBus.h"
 #include "helpers/XServer.h"
 
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QPainter>
+#include <QSettings>
+#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -20,8 +23,18 @@ namespace {
 
 constexpr int deckProduct = Deck::xl;
 constexpr qsizetype deckReport = 1024;
-/// Of the deck.
-constexpr int pauseKey = 2;
+/// Of the deck's keys.
+enum DeckKey { pauseKey = 2, cuePrevKey = 8, cueGoKey = 10 };
+
+/// What a desktop starts for the installed program.
+QString programOfDesktopEntry(const QString& prefix)
+{
+    const QSettings entry(
+        prefix + u"/share/applications/com.quillfen.tarrow.desktop"_s, QSettings::IniFormat);
+    const QStringList words =
+        QProcess::splitCommand(entry.value(u"Desktop Entry/Exec"_s).toString());
+    return QStandardPaths::findExecutable(words.value(0), {prefix + u"/bin"_s});
+}
 
 } // namespace
 
@@ -43,16 +56,19 @@ private Q_SLOTS:
                      {u"--install"_s, QStringLiteral(TARROW_BUILD), u"--prefix"_s, prefix}),
             0);
         m_program = std::make_unique<RunningProgram>();
-        m_program->process().setProgram(prefix + u"/bin/tarrow"_s);
+        m_program->process().setProgram(programOfDesktopEntry(prefix));
         m_program->setShownOn(m_server);
         const auto set = [this](const QString& name, const QString& value) {
             m_program->environment().insert(name, value);
         };
+        set(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(m_bus.address()));
         set(u"PULSE_SERVER"_s, u"unix:"_s + m_folder.filePath(u"sound"_s));
         set(u"NDI_RUNTIME_DIR_V6"_s, QStringLiteral(STAND_IN_RUNTIME));
         set(u"STAND_IN_NDI_LOG"_s, m_folder.filePath(u"ndi"_s));
         QVERIFY2(m_program->start(), m_program->log().constData());
         QTRY_COMPARE(m_server.focusedWindow(), u"Tarrow"_s);
+        QTRY_COMPARE(m_bus.screenSaver().inhibitors,
+            QStringList {u"Tarrow: Tarrow stage timer is running"_s});
     }
 
     void cleanupTestCase()
@@ -111,8 +127,7 @@ private Q_SLOTS:
         for (const QByteArray& command : commands)
             m_program->send(command);
         QTRY_COMPARE(m_program->state()[u"phase"], u"running"_s);
-        m_decks.sendReport(0, keyReport(m_deck, {pauseKey}));
-        m_decks.sendReport(0, keyReport(m_deck));
+        pressDeckKey(pauseKey);
         QTRY_COMPARE(m_program->state()[u"phase"], u"paused"_s);
 
         const DisplaySnapshot shown = toldSnapshot();
@@ -143,10 +158,17 @@ private Q_SLOTS:
 
     void runsItsRunningOrder()
     {
+        const auto onDeck = [this](int cue) { return cues()[cue].toObject()[u"current"].toBool(); };
         m_program->send("RESET");
-        m_program->send("CUE 1");
-        QTRY_VERIFY(cues()[0].toObject()[u"current"].toBool());
-        QCOMPARE(m_program->state()[u"threshold"], u"red"_s);
+        m_program->send("CUE 2");
+        QTRY_VERIFY(onDeck(1));
+        QCOMPARE(m_program->state()[u"threshold"], u"normal"_s);
+        // Stepping leaves the time alone.
+        pressDeckKey(cuePrevKey);
+        QTRY_VERIFY(onDeck(0));
+        QCOMPARE(m_program->state()[u"threshold"], u"normal"_s);
+        pressDeckKey(cueGoKey);
+        QTRY_COMPARE(m_program->state()[u"threshold"], u"red"_s);
     }
 
     void soundsAtTheEnd()
@@ -170,6 +192,7 @@ private Q_SLOTS:
     {
         m_server.run(u"wmctrl -F -c Tarrow"_s);
         QVERIFY(m_program->endsWell());
+        QTRY_COMPARE(m_bus.screenSaver().released, QList<uint> {FakeScreenSaver::cookie});
         QTRY_COMPARE(keysUnlike([](const StreamDeckRole&) { return StreamDeckImage::KeyFace(); }),
             QList<int>());
         QCOMPARE(
@@ -194,6 +217,12 @@ private:
         m_recorder.startCommand(u"parec -d silence.monitor --latency-msec=50"_s);
         QTRY_VERIFY2(
             m_recorder.bytesAvailable() > 0, m_soundServer.readAllStandardError().constData());
+    }
+
+    void pressDeckKey(int key)
+    {
+        m_decks.sendReport(0, keyReport(m_deck, {key}));
+        m_decks.sendReport(0, keyReport(m_deck));
     }
 
     void press(const QString& keys) const { m_server.run(u"xdotool key --delay 50 "_s + keys); }
@@ -282,6 +311,7 @@ private:
 
     QTemporaryDir m_folder;
     XServer m_server;
+    SessionBus m_bus {SessionBus::Services::screenSaver};
     FakeDecks m_decks;
     QProcess m_soundServer;
     QProcess m_recorder;
