@@ -239,10 +239,13 @@ QRectF MessageLayout::textRect() const
 QRectF MessageLayout::inkRect() const
 {
     QRectF ink;
-    for (const QGlyphRun& run : m_layout->glyphRuns())
+    for (QGlyphRun run : m_layout->glyphRuns()) {
+        // What it knows is the room of its line; without that it asks its glyphs.
+        run.setBoundingRect({});
         ink |= run.boundingRect();
-    // Glyphs tell their bounds in whole pixels of the size they are laid out at, not always the
-    // next larger ones.
+    }
+    // They tell their bounds in whole pixels of the size they are laid out at, not always the next
+    // larger ones.
     ink.adjust(-2, -2, 2, 2);
     return {ink.topLeft() * m_scale + QPointF(0, top()), ink.size() * m_scale};
 }

@@ -10,9 +10,10 @@
 namespace {
 
 constexpr int messagesInUse = 16;
-/// Two long messages at 3840 × 2160, one taking the place of the other.
-constexpr qsizetype mostBytes = 32 << 20;
-constexpr double mostPixels = mostBytes / 2 / 4;
+/// Two long messages at 3840 × 2160, one taking the place of the other, and at smaller sizes.
+constexpr qsizetype mostBytes = 64 << 20;
+/// Of one picture. A message that fills its box at 3840 × 2160 has 4.5 million.
+constexpr double mostPixels = 5e6;
 
 /// A message in a box of some size.
 struct MessageKey {
@@ -59,12 +60,18 @@ const MessageLayout& messageLayout(const MessageKey& key)
     return result;
 }
 
-/// From the corner of the message's box. A null image when it would be too large to keep.
+/// From the corner of the message's box. A null image when it would be too large to keep: of a
+/// large box, or with marks piled up far beyond it.
 InkPicture drawPicture(const PictureKey& key, const QColor& color)
 {
+    const auto isTooLarge = [&](const QSizeF& size) {
+        return size.width() * size.height() * key.scale * key.scale > mostPixels;
+    };
+    if (isTooLarge(key.message.box))
+        return {};
     const MessageLayout& layout = messageLayout(key.message);
     const QRectF ink = layout.inkRect();
-    if (ink.width() * ink.height() * key.scale * key.scale > mostPixels)
+    if (isTooLarge(ink.size()))
         return {};
     return InkPicture::of(ink, key.scale, [&](QPainter& painter) {
         painter.setPen(color);
@@ -82,7 +89,7 @@ InkPicture picture(const PictureKey& key, const QColor& color)
 {
     if (const InkPicture* known = pictures().object(key))
         return *known;
-    const InkPicture drawn = drawPicture(key, color);
+    InkPicture drawn = drawPicture(key, color);
     if (!drawn.image.isNull())
         pictures().insert(
             key, std::make_unique<InkPicture>(drawn).release(), drawn.image.sizeInBytes());
@@ -111,9 +118,12 @@ void paintMessage(
     painter.restore();
 }
 
-void forgetMessages()
+void forgetMessagesBut(const std::optional<QString>& text)
 {
-    pictures().clear();
+    for (const PictureKey& key : pictures().keys()) {
+        if (key.message.text != text)
+            pictures().remove(key);
+    }
 }
 
 int messageFitCount()

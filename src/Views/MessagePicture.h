@@ -5,6 +5,8 @@
 #include <QPainter>
 #include <QRectF>
 
+#include <optional>
+
 /// Draws a message into its box with the painter's pen, from a picture of it that is kept from one
 /// frame to the next: while it moves, and each second under a running time, all its letters would
 /// be filled again for every display. Pictures are shared by all boxes of one size.
@@ -14,8 +16,9 @@
 void paintMessage(
     QPainter& painter, const QRectF& box, double largestSize, const MessageLayer& message);
 
-/// Gives back the memory of the pictures. To be called when no message is on screen.
-void forgetMessages();
+/// Gives back the memory of the pictures of all other messages. To be called when a message, or
+/// none, has come to rest.
+void forgetMessagesBut(const std::optional<QString>& text);
 
 /// How often a message has been fitted to its box since the start: for those who check that it
 /// does not happen with every frame.

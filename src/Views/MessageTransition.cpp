@@ -1,5 +1,7 @@
 #include "Views/MessageTransition.h"
 
+#include "Views/MessagePicture.h"
+
 #include <QEasingCurve>
 #include <QGuiApplication>
 #include <QScreen>
@@ -70,9 +72,12 @@ MessageTransition MessageAnimator::current() const
 
 void MessageAnimator::frame()
 {
-    if (progress() >= 1)
+    const bool isAtRest = progress() >= 1;
+    if (isAtRest)
         m_frameTimer.stop();
     Q_EMIT moved();
+    if (isAtRest)
+        forgetMessagesBut(m_message);
 }
 
 void MessageAnimator::begin()

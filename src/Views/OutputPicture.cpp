@@ -106,8 +106,6 @@ void paintOutput(QPainter& painter, const QSizeF& size, const OutputContent& con
         const bool isSettled = transition.presence == 0 || transition.presence == 1;
         paintTime(
             painter, time, snapshot.timeText, isSettled ? TimeMotion::none : TimeMotion::resizing);
-        if (transition.layers.isEmpty())
-            forgetMessages();
         // The message moves in from below as the time makes room for it.
         const QRectF box(size.width() * 0.05, time.bottom(), size.width() * 0.9,
             size.height() * (1 - timeShareWithMessage));

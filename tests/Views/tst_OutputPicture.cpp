@@ -125,8 +125,9 @@ private Q_SLOTS:
     /// Messages are painted from pictures of them, in every colour they had and with every mark.
     void showsAMessageAsItIsDrawn()
     {
-        const QString text = u"Wäg A"_s + QString(12, QChar(0x30A)) + u" 🎬"_s;
-        for (const RGBColor& color : {white, RGBColor {.r = 1, .g = 0, .b = 0, .a = 0.5}}) {
+        const QString marks = u"A"_s + QString(12, QChar(0x30A));
+        for (const auto& [text, color] : {std::pair(u"THẲNG"_s, white), {u"Île 🎬"_s, white},
+                 {marks, white}, {marks, RGBColor {.r = 1, .g = 0, .b = 0, .a = 0.5}}}) {
             const QImage shown = picture({.message = text}, {black, color});
             QImage drawn(fullHd, shown.format());
             drawn.fill(Qt::black);

@@ -185,8 +185,7 @@ void StreamListener::handleEvent(int descriptor)
 
 void StreamListener::acceptSome()
 {
-    // A callback may close the listener.
-    for (int i = 0; i < acceptsPerTurn && m_listener >= 0; ++i) {
+    for (int i = 0; i < acceptsPerTurn; ++i) {
         if (m_connections.size() >= m_connectionLimit) {
             pauseAccepting();
             return;
