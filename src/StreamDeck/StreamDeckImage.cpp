@@ -176,7 +176,7 @@ QImage transform(QImage picture, const StreamDeckModel& model)
     if (model.flipX && model.flipY && isWithoutGaps && picture.depth() == 32) {
         // Half a turn, as most models want it: a quarter of what mirroring takes.
         auto* pixels = reinterpret_cast<QRgb*>(picture.bits());
-        std::reverse(pixels, pixels + picture.width() * picture.height());
+        std::reverse(pixels, pixels + qsizetype(picture.width()) * picture.height());
     } else if (model.flipX || model.flipY) {
         picture.mirror(model.flipX, model.flipY);
     }

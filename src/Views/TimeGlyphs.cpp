@@ -45,7 +45,7 @@ InkPicture glyph(const GlyphKey& key, const QColor& color)
 
     if (const InkPicture* known = cache.object(key))
         return *known;
-    const InkPicture drawn = drawGlyph(key, color);
+    InkPicture drawn = drawGlyph(key, color);
     cache.insert(key, std::make_unique<InkPicture>(drawn).release(), drawn.image.sizeInBytes());
     return drawn;
 }

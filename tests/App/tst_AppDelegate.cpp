@@ -1,6 +1,7 @@
 #include "App/AppDelegate.h"
 
 #include "helpers/Console.h"
+#include "helpers/Hand.h"
 #include "helpers/SessionBus.h"
 
 #include <QTcpServer>

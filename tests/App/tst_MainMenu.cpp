@@ -1,9 +1,10 @@
 #include "App/MainMenu.h"
 
-#include "helpers/Console.h"
+#include "helpers/Hand.h"
 
 #include <QClipboard>
 #include <QLabel>
+#include <QLineEdit>
 #include <QTest>
 #include <QVBoxLayout>
 

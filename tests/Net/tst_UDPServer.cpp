@@ -19,7 +19,7 @@ namespace {
 /// A datagram socket on a loopback address, on any free port where none is given.
 class Peer {
 public:
-    explicit Peer(QHostAddress host = QHostAddress::LocalHost, quint16 port = 0,
+    explicit Peer(const QHostAddress& host = QHostAddress::LocalHost, quint16 port = 0,
         QUdpSocket::BindMode mode = QUdpSocket::DontShareAddress)
     {
         m_isBound = m_socket.bind(host, port, mode);

@@ -143,7 +143,7 @@ private Q_SLOTS:
     }
 
 private:
-    QString file(const QString& name) const { return m_home->filePath(name); }
+    [[nodiscard]] QString file(const QString& name) const { return m_home->filePath(name); }
 
     void writeFile(const QString& name, const QByteArray& content) const
     {

@@ -3,6 +3,7 @@
 #include "Views/Components/MinutesField.h"
 
 #include "helpers/Console.h"
+#include "helpers/Hand.h"
 
 #include <QLabel>
 #include <QRegularExpression>

@@ -2,6 +2,7 @@
 #include "Views/CueRowsView.h"
 
 #include "helpers/Console.h"
+#include "helpers/Hand.h"
 #include "helpers/PaintWatch.h"
 
 #include <QAccessible>

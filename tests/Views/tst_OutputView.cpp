@@ -56,8 +56,9 @@ private Q_SLOTS:
         QTest::addColumn<Change>("before");
         QTest::addColumn<Change>("change");
         QTest::addColumn<QRegion>("repainted");
-        const auto row = [](const char* name, Change before, Change change, const QRegion& region) {
-            QTest::newRow(name) << std::move(before) << std::move(change) << region;
+        const auto row = [](const char* name, const Change& before, const Change& change,
+                             const QRegion& region) {
+            QTest::newRow(name) << before << change << region;
         };
         const QRegion nothing;
         const QRegion all(0, 0, 400, 200);

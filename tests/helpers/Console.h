@@ -8,7 +8,6 @@
 
 #include <QAbstractButton>
 #include <QLineEdit>
-#include <QTest>
 
 #include <algorithm>
 #include <optional>
@@ -73,20 +72,4 @@ inline QLineEdit& fieldWithPlaceholder(const QWidget& parent, const QString& pla
 {
     const auto fields = parent.findChildren<QLineEdit*>();
     return **std::ranges::find(fields, placeholder, &QLineEdit::placeholderText);
-}
-
-/// Shows the window, and stops the test when it does not get the focus.
-inline void activate(QWidget& window)
-{
-    window.show();
-    window.activateWindow();
-    if (!QTest::qWaitForWindowActive(&window))
-        qFatal("the window did not get the focus");
-}
-
-/// What a key that is held down does after a while.
-inline void repeatKey(QWidget& widget, Qt::Key key)
-{
-    QKeyEvent event(QEvent::KeyPress, key, {}, QString(), true);
-    QCoreApplication::sendEvent(&widget, &event);
 }

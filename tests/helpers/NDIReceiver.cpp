@@ -66,7 +66,7 @@ NDIReceiver::Frame NDIReceiver::receive(std::chrono::milliseconds timeout)
             continue;
         const QImage picture(
             video.data, video.width, video.height, video.lineStrideInBytes, QImage::Format_RGB32);
-        const Frame frame {picture.copy(), video.frameRateNumerator, video.frameRateDenominator};
+        Frame frame {picture.copy(), video.frameRateNumerator, video.frameRateDenominator};
         freeVideo(m_receiver, &video);
         return frame;
     }
