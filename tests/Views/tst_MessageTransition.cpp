@@ -1,7 +1,6 @@
 #include "Views/MessageTransition.h"
 
-#include "helpers/ManualClock.h"
-#include "helpers/MemoryPreferences.h"
+#include "helpers/EngineRig.h"
 
 #include <QTest>
 
@@ -10,11 +9,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct Stage {
-    MemoryPreferences preferences;
-    AppSettings settings {preferences};
-    ManualClock clock;
-    TimerEngine engine {settings, clock.clock()};
+struct Stage : EngineRig {
     MessageAnimator animator {engine, clock.clock()};
 
     /// A number lets so many milliseconds pass, with a frame at their end; anything else is the
