@@ -5,6 +5,7 @@
 
 #include <QCache>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -118,10 +119,10 @@ void paintMessage(
     painter.restore();
 }
 
-void forgetMessagesBut(const std::optional<QString>& text)
+void forgetMessagesBut(const QList<MessageLayer>& shown)
 {
     for (const PictureKey& key : pictures().keys()) {
-        if (key.message.text != text)
+        if (std::ranges::find(shown, key.message.text, &MessageLayer::text) == shown.end())
             pictures().remove(key);
     }
 }

@@ -77,7 +77,7 @@ void MessageAnimator::frame()
         m_frameTimer.stop();
     Q_EMIT moved();
     if (isAtRest)
-        forgetMessagesBut(m_message);
+        forgetMessagesBut(current().layers);
 }
 
 void MessageAnimator::begin()
@@ -90,6 +90,7 @@ void MessageAnimator::begin()
     m_startedAt = m_clock();
     m_frameTimer.start(frameInterval());
     Q_EMIT moved();
+    forgetMessagesBut(current().layers);
 }
 
 double MessageAnimator::progress() const
