@@ -4,6 +4,8 @@
 
 #include <QFontMetricsF>
 #include <QGlyphRun>
+#include <QPainterPath>
+#include <QRawFont>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -192,6 +194,27 @@ double largestFit(const std::vector<Word>& words, double lineHeight, const QSize
     return smallest;
 }
 
+/// Letters one by one: a run of large ones is filled as one outline by Qt, which takes several
+/// times as long. What has no outline, as a picture in a typeface, is Qt's.
+void fillGlyphs(QPainter& painter, const QGlyphRun& run)
+{
+    const QRawFont font = run.rawFont();
+    const QList<quint32> glyphs = run.glyphIndexes();
+    const QList<QPointF> positions = run.positions();
+    std::vector<QPainterPath> outlines;
+    for (qsizetype i = 0; i < glyphs.size(); ++i) {
+        QPainterPath outline = font.pathForGlyph(glyphs[i]);
+        if (outline.isEmpty() && !font.boundingRect(glyphs[i]).isEmpty()) {
+            painter.drawGlyphRun(QPointF(), run);
+            return;
+        }
+        outline.setFillRule(Qt::WindingFill);
+        outlines.push_back(outline.translated(positions[i]));
+    }
+    for (const QPainterPath& outline : outlines)
+        painter.fillPath(outline, painter.pen().color());
+}
+
 } // namespace
 
 MessageLayout::MessageLayout(
@@ -221,7 +244,14 @@ void MessageLayout::draw(QPainter& painter, const QPointF& position) const
     painter.save();
     painter.translate(position + QPointF(0, top()));
     painter.scale(m_scale, m_scale);
-    m_layout->draw(&painter, QPointF());
+    // Up to here Qt keeps pictures of the letters.
+    constexpr double largestKept = 64;
+    if (std::sqrt(std::abs(painter.deviceTransform().determinant())) * layoutSize < largestKept) {
+        m_layout->draw(&painter, QPointF());
+    } else {
+        for (const QGlyphRun& run : m_layout->glyphRuns())
+            fillGlyphs(painter, run);
+    }
     painter.restore();
 }
 

@@ -105,17 +105,21 @@ void paintMessage(
     if (message.text.isEmpty() || message.opacity <= 0)
         return;
     const MessageKey key {message.text, box.size(), largestSize};
+    // Letters and marks that lie upon each other do not shine through each other.
+    QColor color = painter.pen().color();
+    const double opacity = color.alphaF();
+    color.setAlphaF(1);
     InkPicture drawn;
-    if (const auto scale = deviceScale(painter)) {
-        const QColor color = painter.pen().color();
+    if (const auto scale = deviceScale(painter))
         drawn = picture({key, *scale, color.rgba64()}, color);
-    }
     painter.save();
     painter.setOpacity(painter.opacity() * message.opacity);
-    if (drawn.image.isNull())
+    if (drawn.image.isNull()) {
         messageLayout(key).draw(painter, box.topLeft());
-    else
+    } else {
+        painter.setOpacity(painter.opacity() * opacity);
         drawn.paint(painter, box.topLeft());
+    }
     painter.restore();
 }
 
