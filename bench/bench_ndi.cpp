@@ -18,7 +18,7 @@ int main(int argc, char* argv[])
     MessageAnimator animator(engine);
     NDISender sender(engine, settings, animator);
 
-    std::vector<char> buffer(1920 * 1080 * 4);
+    std::vector<char> buffer(size_t(1920) * 1080 * 4);
     const auto fill = [&](int i) { std::memset(buffer.data(), i, buffer.size()); };
     PairTiming::compare(
         "ndi_unchanged", [&](int) { sender.tick(); }, fill);

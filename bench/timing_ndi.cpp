@@ -66,7 +66,10 @@ NDI::FunctionTable table;
 
 extern "C" const NDI::FunctionTable* NDIlib_v5_load()
 {
-    const std::string path = std::string(std::getenv("NDI_REAL_RUNTIME")) + "/libndi.so.6";
+    const char* const folder = std::getenv("NDI_REAL_RUNTIME");
+    if (!folder)
+        return nullptr;
+    const std::string path = std::string(folder) + "/libndi.so.6";
     void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
         std::fprintf(stderr, "%s\n", dlerror());

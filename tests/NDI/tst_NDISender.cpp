@@ -135,8 +135,9 @@ private Q_SLOTS:
         const QStringList expected {u"load runtime6"_s, u"initialize"_s, u"create Bühne none 1 0"_s,
             u"frame"_s, u"destroy sender"_s, u"create Saal none 1 0"_s, u"destroy sender"_s,
             u"destroy"_s};
-        QCOMPARE(
-            calls().replaceInStrings(QRegularExpression(u"^frame .*"_s), u"frame"_s), expected);
+        QStringList made = calls();
+        made.replaceInStrings(QRegularExpression(u"^frame .*"_s), u"frame"_s);
+        QCOMPARE(made, expected);
     }
 
     /// A new size holds from the next frame on.
