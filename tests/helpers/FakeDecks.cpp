@@ -75,11 +75,12 @@ struct FakeDecks::Testbed {
         UMockdevIoctlBase* requests, UMockdevIoctlClient* client, gpointer self);
     void read(const std::stop_token& stop, int number, int descriptor);
 
-    UMockdevTestbed* testbed = umockdev_testbed_new();
     // The thread sanitizer does not see into Qt's.
     std::mutex mutex;
     std::condition_variable changed;
     std::map<int, Deck> decks;
+    /// Starts the thread that asks for the others.
+    UMockdevTestbed* testbed = umockdev_testbed_new();
 };
 
 FakeDecks::FakeDecks()
