@@ -17,6 +17,10 @@ LARGEST_DATAGRAM = 65507
 SMALL = 1000
 SETTLE_SECONDS = 20
 
+# In minutes: all digits in the colour of much time, in that of little, and in that of very little.
+REHEARSAL = [12.0, 34.0, 56.0, 78.0, 90.0, 1.4, 3.95, 4.6, 2.8, 1.15,
+             0.2, 0.55, 0.75, 0.45, 0.1, 0.15, 0.3]
+
 # Commands with no payload, and what the log calls them. What stops the process is not among them.
 PLAIN = {
     "START": "start", "PAUSE": "pause", "+1": "addMinute", "-1": "subtractMinute",
@@ -108,20 +112,27 @@ class Crowd:
         return socket_state(self.address[1])[1]
 
     def rehearse(self):
-        """Shows every digit, in every colour and behind a message, so that what the program keeps
-        of them is there before anything is counted."""
-        for number in (12, 34, 56, 78, 90, 4, 0.7, 0.5):
-            self.ledger.expect(f"go(minutes: {float(number)})")
+        """Shows every digit, in every colour, alone and above a message, so that what the program
+        keeps of them is there before anything is counted."""
+        for number in REHEARSAL:
+            self.command("CLEARMSG")
+            self.ledger.expect(f"go(minutes: {number})")
             self._send(0, f"GO {number}".encode())
-            self.command("BLACK")
-            self.command("BLACK")
-            for text in ("short", "message " * 10, "long message " * 30):
-                self.ledger.expect(f'message("{text.strip()}")')
-                self._send(0, f"MSG {text}".encode())
-                self.ledger.settle()
-                time.sleep(0.2)
+            self.ledger.settle()
+            # Until nothing moves any more, and a little.
+            time.sleep(0.5)
+            self._show("short")
+            time.sleep(0.5)
+        for text in ("message " * 10, "long message " * 30):
+            self._show(text)
+            time.sleep(0.5)
         self.command("TIME")
         time.sleep(1)
+
+    def _show(self, text):
+        self.ledger.expect(f'message("{text.strip()}")')
+        self._send(0, f"MSG {text}".encode())
+        self.ledger.settle()
 
     def burst(self):
         """A dozen datagrams of any kind, and two requests; all of it dealt with on return."""
