@@ -4,6 +4,8 @@
 #include "helpers/ManualClock.h"
 #include "helpers/MemoryPreferences.h"
 
+#include <utility>
+
 /// An engine on a clock that stands still at midnight, with settings of its own.
 struct EngineRig {
     explicit EngineRig(TimerEngine::ClockFormatter formatter = TimerEngine::localShortTime())
