@@ -70,6 +70,7 @@ private:
     [[nodiscard]] bool watchListener();
     void closeListener();
     void handleEvents();
+    bool handleEventsAtHand();
     void handleEvent(int descriptor);
     void acceptSome();
     void handleAcceptError(int error);

@@ -3,6 +3,7 @@
 #include "helpers/CapturedLog.h"
 #include "helpers/HTTPPeer.h"
 
+#include <QAbstractEventDispatcher>
 #include <QEventLoop>
 #include <QFile>
 #include <QTest>
@@ -104,6 +105,17 @@ private Q_SLOTS:
         QTRY_VERIFY(peer->receiveAll());
         QTEST(peer->received(), "response");
         QTEST(remote.commands, "commands");
+    }
+
+    /// A request that is there waits for nothing else that the event loop has to do.
+    void answersInTheTurnThatAccepts()
+    {
+        Remote remote;
+        QCoreApplication::processEvents();
+        const auto peer = remote.peer();
+        peer->send("GET /state\r\n\r\n");
+        QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents);
+        QVERIFY(peer->receiveAll());
     }
 
     /// Neither what comes behind the head nor the end of the stream costs a peer its answer, nor

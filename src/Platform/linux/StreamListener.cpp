@@ -152,10 +152,24 @@ void StreamListener::closeListener()
 
 void StreamListener::handleEvents()
 {
+    // A request comes right after its connection. It is answered before the event loop goes on
+    // to paint what a command has changed.
+    if (handleEventsAtHand())
+        handleEventsAtHand();
+}
+
+/// Whether there were new connections among them.
+bool StreamListener::handleEventsAtHand()
+{
+    bool areSomeNew = false;
     std::array<epoll_event, eventsPerTurn> events {};
     const int count = epoll_wait(m_events, events.data(), eventsPerTurn, 0);
-    for (int i = 0; i < count; ++i)
-        handleEvent(events[static_cast<size_t>(i)].data.fd);
+    for (int i = 0; i < count; ++i) {
+        const int descriptor = events[static_cast<size_t>(i)].data.fd;
+        areSomeNew |= descriptor == m_listener;
+        handleEvent(descriptor);
+    }
+    return areSomeNew;
 }
 
 void StreamListener::handleEvent(int descriptor)
