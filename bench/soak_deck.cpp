@@ -4,16 +4,20 @@
 //
 // Prints the program's process id, and then does what the lines of its standard input say, each
 // answered by one line: "unplug", "plug" (the answer comes once every key has got a picture),
-// "press KEY", "end" (asks the program to quit; the answer is its exit code, or the negative of
-// the signal that ended it). When the input ends, so does the program.
+// "press KEY", "end" (asks the program to quit, and kills it when it does not; the answer is its
+// exit code, or the negative of the signal that ended it). When the input ends, the program ends.
 
+#include "helpers/DeckReports.h"
 #include "helpers/FakeDecks.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -21,9 +25,9 @@
 
 namespace {
 
-constexpr int xl = 0x006C;
 constexpr int keys = 32;
 constexpr qsizetype reportLength = 1024;
+constexpr auto patience = std::chrono::seconds(20);
 
 pid_t start(const char* path)
 {
@@ -42,28 +46,34 @@ pid_t start(const char* path)
 int end(pid_t process)
 {
     kill(process, SIGTERM);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     int status = 0;
-    waitpid(process, &status, 0);
+    while (waitpid(process, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > deadline)
+            kill(process, SIGKILL);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 bool isPainted(FakeDecks& decks)
 {
-    for (int key = 0; key < keys; ++key) {
-        if (decks.takeReport(0, reportLength).isEmpty())
+    std::set<int> painted;
+    while (painted.size() < keys) {
+        const QByteArray report = decks.takeReport(0, reportLength);
+        if (report.isEmpty())
             return false;
+        if (const int key = completedKey(report); key >= 0)
+            painted.insert(key);
     }
     return true;
 }
 
 void press(FakeDecks& decks, int key)
 {
-    QByteArray report(4 + keys, '\0');
-    report[0] = 1;
-    report[4 + key] = 1;
-    decks.sendReport(0, report);
-    report[4 + key] = 0;
-    decks.sendReport(0, report);
+    const StreamDeckModel model = *StreamDeckModel::model(Deck::xl);
+    decks.sendReport(0, keyReport(model, {key}));
+    decks.sendReport(0, keyReport(model));
 }
 
 } // namespace
@@ -73,7 +83,7 @@ int main(int argc, char* argv[])
     if (argc != 2)
         return 2;
     FakeDecks decks;
-    decks.plug(0, xl);
+    decks.plug(0, Deck::xl);
     const pid_t process = start(argv[1]);
     std::cout << process << std::endl;
 

@@ -4,9 +4,8 @@
 //
 // late MILLISECONDS: a tick of a timer in the program's event loop that came 20 ms late or later,
 //     as one of the engine's would have. It ticks more often, so that it misses nothing.
-// busy MILLISECONDS: processor time that the event loop took between two of these ticks, when it
-// was
-//     20 ms or more. Unlike the lateness it does not depend on what else the machine has to do.
+// busy MILLISECONDS: processor time that the event loop took between two of these ticks, from 20 ms
+//     on. Unlike the lateness it does not depend on what else the machine has to do.
 // heap BYTES: what is allocated, once a second.
 // ticks COUNT, frames COUNT: when the program has ended.
 

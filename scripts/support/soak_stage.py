@@ -13,17 +13,24 @@ from stage import PROGRAM, ROOT, Program
 
 BENCH = ROOT / "build/release/bench"
 PATIENCE_SECONDS = 20
-# No hand is back before what it has pressed has come to rest.
+# Until a hand gets to the next control.
 HAND_SECONDS = 0.5
 KEYS = 32
+BLACKOUT_KEY = 14
 OUTPUT = "Tarrow — DUMMY1"
 CUES = [(f"Cue {number}", 30 * number) for number in range(1, 91)]
 
 # Where the console's controls are, from the top right corner of the display that it docks at.
 EXPAND = (-26, 255)
-# GO, Pause, STOP, 20, -1, +1, Show, Clear, Attention, Loop, Blackout.
-BUTTONS = [(-201, 302), (-124, 302), (-48, 302), (-215, 348), (-80, 348), (-34, 348), (-116, 431),
-           (-53, 431), (-209, 491), (-133, 491), (-285, 491)]
+# In the order in which each has something to do, with what it changes in /state. "20" only fills the
+# field that GO takes, and there is no message to show or to clear.
+BUTTONS = {
+    "20": ((-215, 348), None), "GO": ((-201, 302), "phase"), "Pause": ((-124, 302), "phase"),
+    "+1": ((-34, 348), "time"), "-1": ((-80, 348), "time"), "STOP": ((-48, 302), "phase"),
+    "Show": ((-116, 431), None), "Clear": ((-53, 431), None),
+    "Attention": ((-209, 491), "strobeCount"), "Loop": ((-133, 491), "loop"),
+    "Blackout": ((-285, 491), "blackout"),
+}
 # Cues, Clock, Timer: what they leave is the first again.
 MODES = [(-189, 255), (-97, 255), (-282, 255)]
 # The setting, a control that changes it, and one that changes it back.
@@ -101,9 +108,10 @@ class Stage:
     """`happen` lets something random happen. Displays, deck and settings are as before when it
     returns; the timer is not."""
 
-    def __init__(self, server, program, random):
+    def __init__(self, server, program, remote, random):
         self.server = server
         self.program = program
+        self.remote = remote
         self.random = random
         self.happened = collections.Counter()
 
@@ -114,18 +122,45 @@ class Stage:
         wait_until(lambda: self._edge("Height") > 900, "the console's settings")
         self._wait_for_window(OUTPUT)
 
+    def try_controls(self):
+        """Uses each button, and a key of the deck, while nothing else happens, and sees what it
+        does. So what is pressed later is not pressed in vain."""
+        for name in [*BUTTONS, "Loop", "Blackout"]:
+            place, what = BUTTONS[name]
+            if what is None:
+                self._click(place)
+            else:
+                self._see_change(what, lambda place=place: self._click(place))
+        for _ in range(2):
+            self._see_change("blackout", lambda: self._press_key(BLACKOUT_KEY))
+
+    def _see_change(self, what, act):
+        def now():
+            return self.remote.get("/state")[what]
+
+        before = now()
+        act()
+        wait_until(lambda: now() != before, f"another {what}")
+
+    def use_text_color(self, show):
+        """Lets the caller show something in the text colour that a setting is changed to."""
+        _, change, back = CHANGES[1]
+        self._click(change)
+        show()
+        self._click(back)
+
     def _edge(self, name):
         """A number that xwininfo tells of the console; 0 while it is not on screen."""
         info = self._window("Tarrow")
         return "IsViewable" in info and int(re.search(rf"{name}: +(\d+)", info)[1])
 
-    def happen(self, browsers):
+    def happen(self):
         name, act = self.random.choice([
             ("display pulled and plugged", self._replug_display),
             ("deck pulled and plugged", self._replug_deck),
-            ("key of the deck", self._press_key),
+            ("key of the deck", lambda: self._press_key(self.random.randrange(KEYS))),
             ("press in the console", self._press_button),
-            ("setting changed and back", lambda: self._change_setting(browsers)),
+            ("setting changed and back", self._change_setting),
             ("mode of the console", self._change_mode),
         ])
         act()
@@ -141,30 +176,31 @@ class Stage:
         for line in ("unplug", "plug"):
             assert self.program.deck(line) == line, "the deck got no pictures"
 
-    def _press_key(self):
-        self.program.deck(f"press {self.random.randrange(KEYS)}")
+    def _press_key(self, key):
+        self.program.deck(f"press {key}")
 
     def _press_button(self):
-        self._click(self.random.choice(BUTTONS))
+        place, _ = self.random.choice(list(BUTTONS.values()))
+        self._click(place)
 
     def _change_mode(self):
         for place in MODES:
             self._click(place)
             time.sleep(HAND_SECONDS)
 
-    def _change_setting(self, browsers):
+    def _change_setting(self):
         key, change, back = self.random.choice(CHANGES)
-        browsers.away = key == "webRemoteEnabled"
+        self.remote.away = key == "webRemoteEnabled"
         for place in (change, back):
             before = self.program.stored(key)
             self._click(place)
             wait_until(lambda: self.program.stored(key) != before, f"a change of {key}")
             time.sleep(HAND_SECONDS)
-        if browsers.away:
-            wait_until(lambda: is_open(browsers.port), "the web remote")
+        if self.remote.away:
+            wait_until(lambda: is_open(self.remote.port), "the web remote")
         if key == "enabledScreenIDs":
             self._wait_for_window(OUTPUT)
-        browsers.away = False
+        self.remote.away = False
 
     def _click(self, place):
         x, y = place

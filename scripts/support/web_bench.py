@@ -38,7 +38,7 @@ http {
 
 
 def fetch(port, path):
-    with urllib.request.urlopen(f"http://127.0.0.1:{port}{path}") as response:
+    with urllib.request.urlopen(f"http://127.0.0.1:{port}{path}", timeout=20) as response:
         return response.read()
 
 
