@@ -61,7 +61,8 @@ public:
     [[nodiscard]] bool finish();
 
     /// What the web remote tells of the timer, and of the running order: compact JSON documents,
-    /// made from what holds now. A colour that is not finite stops the process (see trap()).
+    /// made from what holds now. A colour's component that does not fit into 64 bits when it is
+    /// taken 255 times stops the process (see trap()).
     [[nodiscard]] QByteArray makeStateJSON();
     [[nodiscard]] QByteArray makeCuesJSON();
 
