@@ -70,7 +70,7 @@ private:
     [[nodiscard]] bool watchListener();
     void closeListener();
     void handleEvents();
-    bool handleEventsAtHand();
+    [[nodiscard]] bool handleEventsAtHand();
     void handleEvent(int descriptor);
     void acceptSome();
     void handleAcceptError(int error);

@@ -20,8 +20,9 @@ namespace {
 
 constexpr size_t receiveSize = 65536;
 /// How much is done before the event loop gets its turn.
-constexpr int eventsPerTurn = 64;
-constexpr int acceptsPerTurn = 64;
+constexpr int looksPerTurn = 2;
+constexpr int eventsPerLook = 32;
+constexpr int acceptsPerLook = 32;
 
 /// A peer that still sends when its answer is out is listened to until it has been silent for a
 /// while: closing on unread bytes would reset the connection, and that can cost it the answer.
@@ -68,8 +69,8 @@ bool watch(int events, int operation, int descriptor, quint32 what)
     return epoll_ctl(events, operation, descriptor, &event) == 0;
 }
 
-/// A peer that has vanished without a word is noticed after two minutes. Connections have the
-/// options of their listener.
+/// A peer that has vanished without a word is noticed after two minutes, or, with some of an answer
+/// under way, when TCP gives up sending that. Connections have the options of their listener.
 void noticeVanishedPeers(int listener)
 {
     setOption(listener, SOL_SOCKET, SO_KEEPALIVE, 1);
@@ -152,18 +153,19 @@ void StreamListener::closeListener()
 
 void StreamListener::handleEvents()
 {
-    // A request comes right after its connection. It is answered before the event loop goes on
-    // to paint what a command has changed.
-    if (handleEventsAtHand())
-        handleEventsAtHand();
+    // A request comes right after its connection: when some are new, there is one more look. Their
+    // requests are answered before the event loop goes on to paint what a command has changed.
+    bool areSomeNew = true;
+    for (int look = 0; look < looksPerTurn && areSomeNew; ++look)
+        areSomeNew = handleEventsAtHand();
 }
 
 /// Whether there were new connections among them.
 bool StreamListener::handleEventsAtHand()
 {
     bool areSomeNew = false;
-    std::array<epoll_event, eventsPerTurn> events {};
-    const int count = epoll_wait(m_events, events.data(), eventsPerTurn, 0);
+    std::array<epoll_event, eventsPerLook> events {};
+    const int count = epoll_wait(m_events, events.data(), eventsPerLook, 0);
     for (int i = 0; i < count; ++i) {
         const int descriptor = events[static_cast<size_t>(i)].data.fd;
         areSomeNew |= descriptor == m_listener;
@@ -199,7 +201,7 @@ void StreamListener::handleEvent(int descriptor)
 
 void StreamListener::acceptSome()
 {
-    for (int i = 0; i < acceptsPerTurn; ++i) {
+    for (int i = 0; i < acceptsPerLook; ++i) {
         if (m_connections.size() >= m_connectionLimit) {
             pauseAccepting();
             return;
@@ -209,7 +211,7 @@ void StreamListener::acceptSome()
             handleAcceptError(errno);
             return;
         }
-        // The request is on its way; looking for it now would mostly be in vain.
+        // The request is on its way; handleEvents() looks for it when all have been accepted.
         watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
     }
 }
