@@ -1,6 +1,7 @@
 """The built program with a home of its own, and an X server with displays for it to play on.
 
-What scripts/bench, scripts/screenshots and the tests written in Python have in common.
+What scripts/bench, scripts/soak, scripts/screenshots and the tests written in Python have in
+common.
 """
 
 import json
