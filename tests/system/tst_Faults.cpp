@@ -95,7 +95,7 @@ private Q_SLOTS:
             program.environment().insert(
                 u"DBUS_SESSION_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s);
         });
-        row("no NDI runtime", "NDI", [](RunningProgram& program) {
+        row("no NDI runtime", "NDI runtime not found", [](RunningProgram& program) {
             for (const QString& place : {u"NDI_RUNTIME_DIR_V6"_s, u"NDI_RUNTIME_DIR_V5"_s})
                 program.environment().insert(place, u"/nonexistent"_s);
             program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiEnabled"_s, true}});
