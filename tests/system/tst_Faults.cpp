@@ -48,6 +48,14 @@ void setIsUnreadable(RunningProgram& program, bool isUnreadable)
         QVERIFY(QDir(path).removeRecursively() && QFile::rename(aside, path));
 }
 
+/// No file may become larger than `room`: as on a disk that is full.
+template <rlim_t room> void setIsFull(RunningProgram& program, bool isFull)
+{
+    const rlimit limit {isFull ? room : RLIM_INFINITY, RLIM_INFINITY};
+    const auto process = static_cast<pid_t>(program.process().processId());
+    QCOMPARE(prlimit(process, RLIMIT_FSIZE, &limit, nullptr), 0);
+}
+
 bool isStopped(pid_t process)
 {
     QFile status(u"/proc/%1/stat"_s.arg(process));
@@ -73,6 +81,7 @@ void startWithSettingsShown(RunningProgram& program, XServer& server)
 }
 
 using Break = std::function<void(RunningProgram&)>;
+using Switch = std::function<void(RunningProgram&, bool)>;
 
 } // namespace
 
@@ -100,8 +109,15 @@ private Q_SLOTS:
                 program.environment().insert(place, u"/nonexistent"_s);
             program.setSettings({{u"webRemoteEnabled"_s, true}, {u"ndiEnabled"_s, true}});
         });
-        // As on a disk that is full, or with a home that is not ours.
-        row("nothing can be written", "command go", [](RunningProgram& program) {
+        // As on a disk that is full, or with a home that is not ours. The choice of the second
+        // display is to be stored.
+        row("nothing can be written", "Preferences: cannot write", [](RunningProgram& program) {
+            QFile displays(program.configFile() + u".displays"_s);
+            QVERIFY(displays.open(QIODevice::WriteOnly));
+            displays.write(R"({"screens":[{"name":"1","width":800,"height":600,"dpr":1},)"
+                           R"({"name":"2","x":800,"width":800,"height":600,"dpr":1}]})");
+            program.environment().insert(
+                u"QT_QPA_PLATFORM"_s, u"offscreen:configfile="_s + displays.fileName());
             program.process().setChildProcessModifier([] {
                 const rlimit nothing {0, 0};
                 signal(SIGXFSZ, SIG_IGN);
@@ -184,19 +200,30 @@ private Q_SLOTS:
         QCOMPARE(program.state()[u"phase"], u"paused"_s);
     }
 
+    void storesLaterWhatItCouldNot_data()
+    {
+        QTest::addColumn<Switch>("setIsBroken");
+        QTest::newRow("unreadable") << Switch(setIsUnreadable);
+        QTest::newRow("full disk") << Switch(setIsFull<0>);
+        QTest::newRow("room for the lock, and half of the file") << Switch(setIsFull<512>);
+    }
+
     void storesLaterWhatItCouldNot()
     {
+        QFETCH(const Switch, setIsBroken);
         XServer server;
         RunningProgram program;
+        // A full disk sends no signal.
+        program.process().setChildProcessModifier([] { signal(SIGXFSZ, SIG_IGN); });
         program.setStored(RunningProgram::cuesKey, cues);
         program.setSettings({{u"webRemoteEnabled"_s, true}});
         startWithSettingsShown(program, server);
 
-        setIsUnreadable(program, true);
+        setIsBroken(program, true);
         press(server, overtimeChip);
         QVERIFY(program.waitForLog("Preferences: cannot write"));
         QVERIFY(program.webAnswer("/cmd?c=GO5").contains("true"));
-        setIsUnreadable(program, false);
+        setIsBroken(program, false);
         QCOMPARE(program.storedSettings()[u"allowCountUp"], false);
 
         press(server, warningToggle);
