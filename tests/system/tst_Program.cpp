@@ -5,8 +5,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <array>
 #include <csignal>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -78,10 +80,14 @@ private Q_SLOTS:
     void outlivesTheReaderOfItsLog()
     {
         RunningProgram program;
-        QVERIFY(program.start());
-        program.process().closeReadChannel(QProcess::StandardError);
-        for (int i = 0; i < 100; ++i)
-            program.send("GO 5");
+        program.setSettings({{u"webRemoteEnabled"_s, true}, {u"webPort"_s, 65535}});
+        program.process().setChildProcessModifier([] {
+            std::array<int, 2> ends {};
+            (void)!pipe2(ends.data(), O_CLOEXEC);
+            dup2(ends[1], STDERR_FILENO);
+        });
+        program.launch();
+        QTRY_VERIFY(HTTPPeer(65535).isConnected());
         QVERIFY(program.quits());
     }
 
