@@ -157,6 +157,7 @@ private Q_SLOTS:
         row("countUp on; go 300; wait 301.999999", "-00:01 red running");
         // The clock is set back.
         row("go 300; wait -1", "05:01 normal running");
+        row("go 300; wait -3600", "65:00 normal running", "running");
         // The ends of 64 bits hold.
         row("rearm 9223372036854775807; add", "153722867280912930:07 normal running");
         row("countUp on; rearm -9223372036854775808; wait 9", "-153722867280912930:08 red running");
