@@ -34,7 +34,7 @@ private Q_SLOTS:
         // No input: the one point of its region lies outside.
         static const QRegularExpression inputRegion(
             u"wl_region@(\\d+)\\.add\\(-1, -1, 1, 1\\)\n[^\n]*set_input_region\\(wl_region@\\1\\)"_s);
-        QVERIFY(QString::fromUtf8(program.log()).contains(inputRegion));
+        QTRY_VERIFY(QString::fromUtf8(program.log()).contains(inputRegion));
         server.unplug(u"WL-2"_s);
         QTRY_COMPARE(server.fullScreenWindows(), QStringList());
         server.plug();
