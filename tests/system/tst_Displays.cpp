@@ -72,6 +72,7 @@ private Q_SLOTS:
         m_server->plug(u"DUMMY0"_s, u"small"_s, u"0x0"_s);
         m_server->plug(second, u"large"_s, u"1440x0"_s);
         QTRY_COMPARE(shown(), wholeSecond);
+        QTRY_VERIFY(QRect(0, 0, 1440, 900).contains(m_server->windowPlace(u"Tarrow"_s)));
     }
 
     /// Another program's window lies full-screen on the display, has the focus and gets the clicks;
