@@ -2,8 +2,14 @@
 
 #include "Support/ControlLog.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
+#include <QSettings>
+
+#include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -16,9 +22,8 @@ std::unique_ptr<QSettings> openSettings()
     return settings;
 }
 
-/// A process killed between making the lock file of the preferences and signing it leaves a lock
-/// that the next writer would wait half a minute for. A lock that is merely being made does not
-/// need to survive: the file itself is replaced as a whole either way.
+/// A process killed between making a lock file and signing it leaves a lock that the next writer
+/// would wait half a minute for.
 void removeUnsignedLock(const QString& fileName)
 {
     const QFileInfo lock(fileName + u".lock"_s);
@@ -26,21 +31,61 @@ void removeUnsignedLock(const QString& fileName)
         QFile::remove(lock.filePath());
 }
 
+/// Each key has a line of its own, behind the line of its section.
+bool isWhole(const QByteArray& document, qsizetype keyCount)
+{
+    qsizetype count = 0;
+    for (const QByteArray& line : document.split('\n'))
+        count += !line.isEmpty() && !line.startsWith('[');
+    return count == keyCount && document.endsWith('\n');
+}
+
+/// The preferences as they stand in the file, written by way of a draft; nothing when there is no
+/// room for that.
+std::optional<QByteArray> documentOf(const QMap<QString, QVariant>& values, const QString& draft)
+{
+    // A process killed in the middle leaves one.
+    QFile::remove(draft);
+    removeUnsignedLock(draft);
+    QSettings settings(draft, QSettings::IniFormat);
+    settings.setAtomicSyncRequired(false);
+    settings.clear();
+    for (const auto& [key, value] : values.asKeyValueRange())
+        settings.setValue(key, value);
+    settings.sync();
+    QFile file(draft);
+    if (settings.status() != QSettings::NoError || !file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    // A disk that becomes full in between is no error to the settings.
+    QByteArray document = file.readAll();
+    return isWhole(document, values.size()) ? std::optional(std::move(document)) : std::nullopt;
+}
+
+bool replace(const QString& fileName, const QByteArray& document)
+{
+    QSaveFile file(fileName);
+    // Committing would not tell that the last of it was not written.
+    return file.open(QIODevice::WriteOnly) && file.write(document) == document.size()
+        && file.flush() && file.commit();
+}
+
 } // namespace
 
 SystemPreferences::SystemPreferences()
-    : m_settings(openSettings())
+    : m_fileName(openSettings()->fileName())
 {
+    // Who cannot read it now does so before the first change is written.
+    static_cast<void>(read());
 }
 
 std::optional<QByteArray> SystemPreferences::data(const QString& key) const
 {
-    const QVariant value = m_settings->value(key);
-    if (value.typeId() == QMetaType::QByteArray)
-        return value.toByteArray();
+    const QVariant stored = m_values.value(key);
+    if (stored.typeId() == QMetaType::QByteArray)
+        return stored.toByteArray();
     // Without the marks of a byte string it is a document that somebody typed into the file.
-    if (value.typeId() == QMetaType::QString)
-        return value.toString().toUtf8();
+    if (stored.typeId() == QMetaType::QString)
+        return stored.toString().toUtf8();
     return std::nullopt;
 }
 
@@ -51,10 +96,10 @@ void SystemPreferences::setData(const QString& key, const QByteArray& value)
 
 std::optional<QString> SystemPreferences::text(const QString& key) const
 {
-    const QVariant value = m_settings->value(key);
-    if (value.typeId() != QMetaType::QString)
+    const QVariant stored = m_values.value(key);
+    if (stored.typeId() != QMetaType::QString)
         return std::nullopt;
-    return value.toString();
+    return stored.toString();
 }
 
 void SystemPreferences::setText(const QString& key, const QString& value)
@@ -62,26 +107,50 @@ void SystemPreferences::setText(const QString& key, const QString& value)
     store(key, value);
 }
 
-QString SystemPreferences::fileName() const
-{
-    return m_settings->fileName();
-}
-
 void SystemPreferences::store(const QString& key, const QVariant& value)
 {
-    removeUnsignedLock(fileName());
-    m_settings->setValue(key, value);
-    m_settings->sync();
-    // A file that somebody has left malformed is a fault of reading it, and is mended now.
-    if (m_settings->status() != QSettings::AccessError) {
+    m_values[key] = value;
+    m_unwritten.insert(key);
+    if (read() && write()) {
+        m_unwritten.clear();
         m_isFailing = false;
-        return;
+    } else if (!std::exchange(m_isFailing, true)) {
+        qCCritical(controlLog).noquote() << "Preferences: cannot write" << m_fileName;
     }
-    if (!m_isFailing)
-        qCCritical(controlLog).noquote() << "Preferences: cannot write" << fileName();
-    m_isFailing = true;
-    // The status of a settings object never recovers. A new one made while the old one lives
-    // shares its unwritten changes, and stores them with the next.
-    auto successor = openSettings();
-    m_settings.swap(successor);
+}
+
+/// Takes over what others have stored. False when the file is there and cannot be read.
+bool SystemPreferences::read()
+{
+    QFile file(m_fileName);
+    if (!file.exists())
+        return true;
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    // Settings remember what they have read, and take a file of the same size and time for that.
+    QByteArray document = file.readAll();
+    if (document == m_document)
+        return true;
+    const auto settings = openSettings();
+    // A file that somebody has left malformed is mended with the next change.
+    if (settings->status() == QSettings::AccessError)
+        return false;
+    for (const QString& key : settings->allKeys()) {
+        if (!m_unwritten.contains(key))
+            m_values[key] = settings->value(key);
+    }
+    m_document = std::move(document);
+    return true;
+}
+
+bool SystemPreferences::write()
+{
+    QDir().mkpath(QFileInfo(m_fileName).path());
+    const QString draft = m_fileName + u".new"_s;
+    const std::optional<QByteArray> document = documentOf(m_values, draft);
+    QFile::remove(draft);
+    if (!document || !replace(m_fileName, *document))
+        return false;
+    m_document = *document;
+    return true;
 }

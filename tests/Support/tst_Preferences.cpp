@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -133,13 +134,34 @@ private Q_SLOTS:
         }
     }
 
-    void clearsALockThatNobodySigned()
+    void keepsWhatOthersStore()
     {
-        writeFile(u"quillfen/tarrow.conf.lock"_s, {});
+        SystemPreferences preferences;
+        preferences.setText(u"ours"_s, u"1"_s);
+        preferences.setText(u"both"_s, u"1"_s);
+        const ChildResult other = runInChild([] {
+            SystemPreferences theirs;
+            theirs.setText(u"theirs"_s, u"2"_s);
+            theirs.setText(u"both"_s, u"2"_s);
+        });
+        QCOMPARE(other.exitCode, 0);
+        preferences.setText(u"ours"_s, u"changed"_s);
+        const ChildResult reader = runInChild([] {
+            const SystemPreferences stored;
+            const QList<std::optional<QString>> texts {
+                stored.text(u"ours"_s), stored.text(u"theirs"_s), stored.text(u"both"_s)};
+            _exit(texts == QList<std::optional<QString>> {u"changed"_s, u"2"_s, u"2"_s} ? 0 : 1);
+        });
+        QCOMPARE(reader.exitCode, 0);
+    }
+
+    void clearsWhatAKilledProcessLeft()
+    {
+        writeFile(u"quillfen/tarrow.conf.new"_s, "[Gen");
+        writeFile(u"quillfen/tarrow.conf.new.lock"_s, {});
         SystemPreferences preferences;
         preferences.setBoolean(u"switch"_s, true);
-        QVERIFY(!QFile::exists(file(u"quillfen/tarrow.conf.lock"_s)));
-        QVERIFY(QFile::exists(preferences.fileName()));
+        QCOMPARE(QDir(file(u"quillfen"_s)).entryList(QDir::Files), QStringList {u"tarrow.conf"_s});
     }
 
 private:
