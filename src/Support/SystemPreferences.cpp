@@ -5,31 +5,21 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSaveFile>
 #include <QSettings>
 
-#include <memory>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-std::unique_ptr<QSettings> openSettings()
-{
-    auto settings = std::make_unique<QSettings>(u"quillfen"_s, u"tarrow"_s);
-    settings->setFallbacksEnabled(false);
-    return settings;
-}
-
-/// A process killed between making a lock file and signing it leaves a lock that the next writer
-/// would wait half a minute for.
-void removeUnsignedLock(const QString& fileName)
-{
-    const QFileInfo lock(fileName + u".lock"_s);
-    if (lock.exists() && lock.size() == 0)
-        QFile::remove(lock.filePath());
-}
+/// How long a process may take to store something. One that was killed between making a lock and
+/// signing it leaves one that says nothing else of its maker than its age.
+constexpr std::chrono::milliseconds lockAge(500);
+constexpr std::chrono::milliseconds lockPatience(1000);
 
 /// Each key has a line of its own, behind the line of its section.
 bool isWhole(const QByteArray& document, qsizetype keyCount)
@@ -40,13 +30,13 @@ bool isWhole(const QByteArray& document, qsizetype keyCount)
     return count == keyCount && document.endsWith('\n');
 }
 
-/// The preferences as they stand in the file, written by way of a draft; nothing when there is no
-/// room for that.
+/// The preferences as they stand in the file, written by way of a draft, which nobody else may use
+/// meanwhile; nothing when there is no room for that.
 std::optional<QByteArray> documentOf(const QMap<QString, QVariant>& values, const QString& draft)
 {
-    // A process killed in the middle leaves one.
+    // A process killed in the middle leaves both.
     QFile::remove(draft);
-    removeUnsignedLock(draft);
+    QFile::remove(draft + u".lock"_s);
     QSettings settings(draft, QSettings::IniFormat);
     settings.setAtomicSyncRequired(false);
     settings.clear();
@@ -58,7 +48,9 @@ std::optional<QByteArray> documentOf(const QMap<QString, QVariant>& values, cons
         return std::nullopt;
     // A disk that becomes full in between is no error to the settings.
     QByteArray document = file.readAll();
-    return isWhole(document, values.size()) ? std::optional(std::move(document)) : std::nullopt;
+    if (!isWhole(document, settings.allKeys().size()))
+        return std::nullopt;
+    return document;
 }
 
 bool replace(const QString& fileName, const QByteArray& document)
@@ -72,7 +64,7 @@ bool replace(const QString& fileName, const QByteArray& document)
 } // namespace
 
 SystemPreferences::SystemPreferences()
-    : m_fileName(openSettings()->fileName())
+    : m_fileName(QSettings(u"quillfen"_s, u"tarrow"_s).fileName())
 {
     // Who cannot read it now does so before the first change is written.
     static_cast<void>(read());
@@ -111,7 +103,10 @@ void SystemPreferences::store(const QString& key, const QVariant& value)
 {
     m_values[key] = value;
     m_unwritten.insert(key);
-    if (read() && write()) {
+    QDir().mkpath(QFileInfo(m_fileName).path());
+    QLockFile lock(m_fileName + u".lock"_s);
+    lock.setStaleLockTime(lockAge);
+    if (lock.tryLock(lockPatience) && read() && write()) {
         m_unwritten.clear();
         m_isFailing = false;
     } else if (!std::exchange(m_isFailing, true)) {
@@ -129,15 +124,19 @@ bool SystemPreferences::read()
         return false;
     // Settings remember what they have read, and take a file of the same size and time for that.
     QByteArray document = file.readAll();
+    if (file.error() != QFile::NoError)
+        return false;
     if (document == m_document)
         return true;
-    const auto settings = openSettings();
+    const QSettings settings(m_fileName, QSettings::IniFormat);
     // A file that somebody has left malformed is mended with the next change.
-    if (settings->status() == QSettings::AccessError)
+    if (settings.status() == QSettings::AccessError)
         return false;
-    for (const QString& key : settings->allKeys()) {
-        if (!m_unwritten.contains(key))
-            m_values[key] = settings->value(key);
+    for (const QString& key : settings.allKeys()) {
+        // Some names that can be in a file cannot be asked for, nor stored.
+        const bool isUsable = !key.isEmpty() && settings.contains(key);
+        if (isUsable && !m_unwritten.contains(key))
+            m_values[key] = settings.value(key);
     }
     m_document = std::move(document);
     return true;
@@ -145,7 +144,6 @@ bool SystemPreferences::read()
 
 bool SystemPreferences::write()
 {
-    QDir().mkpath(QFileInfo(m_fileName).path());
     const QString draft = m_fileName + u".new"_s;
     const std::optional<QByteArray> document = documentOf(m_values, draft);
     QFile::remove(draft);

@@ -11,7 +11,8 @@
 ///
 /// Every change replaces the file as a whole, so that a process killed at any moment, or a disk
 /// that is full, leaves the old file or the new one. A file that cannot be written is told once on
-/// the log; what it lacks is written with the next change.
+/// the log; what it lacks is written with the next change. What others store in the file meanwhile
+/// is kept; what they take out of it comes back.
 class SystemPreferences final : public Preferences {
 public:
     SystemPreferences();
