@@ -21,8 +21,8 @@ namespace {
 constexpr size_t receiveSize = 65536;
 /// How much is done before the event loop gets its turn.
 constexpr int looksPerTurn = 2;
-constexpr int eventsPerLook = 32;
-constexpr int acceptsPerLook = 32;
+constexpr int eventsPerLook = 64;
+constexpr int acceptsPerLook = 64;
 
 /// A peer that still sends when its answer is out is listened to until it has been silent for a
 /// while: closing on unread bytes would reset the connection, and that can cost it the answer.
