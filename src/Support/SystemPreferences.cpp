@@ -66,7 +66,7 @@ bool replace(const QString& fileName, const QByteArray& document)
 SystemPreferences::SystemPreferences()
     : m_fileName(QSettings(u"quillfen"_s, u"tarrow"_s).fileName())
 {
-    // Who cannot read it now does so before the first change is written.
+    // What cannot be read now is tried again before a change is written.
     static_cast<void>(read());
 }
 
