@@ -6,7 +6,10 @@
 
 QString minutesAndSeconds(quint64 seconds)
 {
-    return QString::asprintf("%02llu:%02llu", seconds / 60, seconds % 60);
+    const auto twoDigits = [](quint64 number) {
+        return QString::number(number).rightJustified(2, u'0');
+    };
+    return twoDigits(seconds / 60) + u':' + twoDigits(seconds % 60);
 }
 
 qint64 secondsFromMinutes(double minutes)

@@ -109,6 +109,7 @@ void StreamDeckManager::handleDisconnect()
     connectedModelName = std::nullopt;
     m_roles.clear();
     m_lastFaces.clear();
+    m_lastState.reset();
     m_tick.stop();
 }
 
@@ -124,8 +125,11 @@ void StreamDeckManager::renderAll(Redraw redraw)
 {
     if (!drawsKeys())
         return;
+    StreamDeckState state = StreamDeckState::of(m_engine, m_settings, m_cues);
+    // As at nine ticks of ten; making all faces to see that none has changed takes far longer.
+    if (redraw == Redraw::changed && state == m_lastState)
+        return;
     m_lastFaces.resize(m_model->keyCount, StreamDeckImage::KeyFace::blank);
-    const StreamDeckState state = StreamDeckState::of(m_engine, m_settings, m_cues);
     for (int key = 0; key < m_model->keyCount; ++key) {
         const StreamDeckImage::KeyFace face = ::face(m_roles[key], state);
         if (redraw == Redraw::changed && face == m_lastFaces[key])
@@ -133,6 +137,7 @@ void StreamDeckManager::renderAll(Redraw redraw)
         m_lastFaces[key] = face;
         send(StreamDeckImage::render(face, m_model->keyPixels), key);
     }
+    m_lastState = std::move(state);
 }
 
 void StreamDeckManager::send(QImage picture, int key)

@@ -61,6 +61,8 @@ private:
     QList<StreamDeckRole> m_roles;
     /// What was sent to each key last.
     QList<StreamDeckImage::KeyFace> m_lastFaces;
+    /// What they show; empty before the first.
+    std::optional<StreamDeckState> m_lastState;
     QTimer m_tick;
     std::unique_ptr<StreamDeckHID> m_hid;
 };

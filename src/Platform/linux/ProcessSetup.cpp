@@ -24,7 +24,8 @@ void raiseDescriptorLimit()
 /// below them from being given back.
 void keepLargeBlocksApart()
 {
-    constexpr int large = 1024 * 1024;
+    // More than the picture of the icon: a new one each second would cost a fault for each page.
+    constexpr int large = 2 * 1024 * 1024;
     mallopt(M_MMAP_THRESHOLD, large);
     // Less than that is not worth giving back: it is wanted again with the next picture.
     mallopt(M_TRIM_THRESHOLD, 2 * large);
