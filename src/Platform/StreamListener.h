@@ -73,6 +73,7 @@ private:
     [[nodiscard]] bool handleEventsAtHand();
     void handleEvent(int descriptor);
     void acceptSome();
+    void admit(int descriptor);
     void handleAcceptError(int error);
     void pauseAccepting();
     void resumeAccepting();

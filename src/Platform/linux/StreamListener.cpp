@@ -70,13 +70,13 @@ bool watch(int events, int operation, int descriptor, quint32 what)
 }
 
 /// A peer that has vanished without a word is noticed after two minutes, or, with some of an answer
-/// under way, when TCP gives up sending that. Connections have the options of their listener.
-void noticeVanishedPeers(int listener)
+/// under way, when TCP gives up sending that. For those who take their time only: it costs a timer.
+void noticeWhenPeerVanishes(int connection)
 {
-    setOption(listener, SOL_SOCKET, SO_KEEPALIVE, 1);
-    setOption(listener, IPPROTO_TCP, TCP_KEEPIDLE, 60);
-    setOption(listener, IPPROTO_TCP, TCP_KEEPINTVL, 15);
-    setOption(listener, IPPROTO_TCP, TCP_KEEPCNT, 4);
+    setOption(connection, SOL_SOCKET, SO_KEEPALIVE, 1);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPIDLE, 60);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPINTVL, 15);
+    setOption(connection, IPPROTO_TCP, TCP_KEEPCNT, 4);
 }
 
 } // namespace
@@ -107,7 +107,6 @@ std::optional<QString> StreamListener::open(quint16 port)
     m_listener = openBoundSocket(SOCK_STREAM, port);
     if (m_listener < 0)
         return lastError();
-    noticeVanishedPeers(m_listener);
     if (listen(m_listener, SOMAXCONN) != 0 || !watchListener()) {
         QString error = lastError();
         closeListener();
@@ -137,7 +136,7 @@ void StreamListener::close()
         const int descriptor = acceptFrom(m_listener);
         if (descriptor < 0)
             break;
-        watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
+        admit(descriptor);
     }
     closeListener();
 }
@@ -212,8 +211,15 @@ void StreamListener::acceptSome()
             return;
         }
         // The request is on its way; handleEvents() looks for it when all have been accepted.
-        watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
+        admit(descriptor);
     }
+}
+
+void StreamListener::admit(int descriptor)
+{
+    watchFor(EPOLLIN, descriptor, m_connections[descriptor]);
+    if (!m_sweepTimer.isActive())
+        m_sweepTimer.start();
 }
 
 void StreamListener::handleAcceptError(int error)
@@ -310,6 +316,7 @@ void StreamListener::endAnswer(int descriptor, Connection& connection)
         return;
     }
     connection.state = Connection::State::lingering;
+    connection.hasSeenASweep = false;
     connection.bytes.clear();
     if (connection.hasEnded) {
         drop(descriptor);
@@ -338,17 +345,19 @@ void StreamListener::discardInput(int descriptor, Connection& connection)
 void StreamListener::sweep()
 {
     std::vector<int> overdue;
-    bool isAnyoneLeft = false;
+    bool isAnyoneLingering = false;
     for (auto& [descriptor, connection] : m_connections) {
-        if (connection.state != Connection::State::lingering)
-            continue;
-        if (std::exchange(connection.hasSeenASweep, true))
+        const bool isNew = !std::exchange(connection.hasSeenASweep, true);
+        const bool isLingering = connection.state == Connection::State::lingering;
+        if (isLingering && !isNew)
             overdue.push_back(descriptor);
-        else
-            isAnyoneLeft = true;
+        else if (isLingering)
+            isAnyoneLingering = true;
+        else if (isNew)
+            noticeWhenPeerVanishes(descriptor);
     }
     std::ranges::for_each(overdue, [this](int descriptor) { drop(descriptor); });
-    if (!isAnyoneLeft)
+    if (!isAnyoneLingering)
         m_sweepTimer.stop();
 }
 
